@@ -41,15 +41,20 @@ class TaskSchedulerBasicHandler : public TaskSchedulerHandler {
   bool GetOriginAppObj(Json::Value& app_obj);
 
  private:
-  // Fail with the error state's cause in the log and an error recorded; always false.
-  bool LoadFailed(int line, const char* text, int id, int code, const char* message);
-  bool StepFailed(int line, const char* text, int code, const char* message);
+  // Write a line to the log, with the error state and for the first also the task's id, and record
+  // an error. Always false.
+  bool FailForTask(int line, const char* text, int id, int code, const char* message);
+  bool Fail(int line, const char* text, int code, const char* message);
 
-  bool TaskDocument(int id, Json::Value& doc);
-  bool ReConstructJsonGet(Json::Value& doc);
+  // The steps of GetData: the stored sections of a task, and their reshaping into the document.
+  bool ReadSections(int id, Json::Value& doc);
+  bool ReConstructJsonGet(Json::Value& doc, int version);
   bool ReConstructJsonGet_Basic(Json::Value& doc);
   bool ReConstructJsonGet_Schedule(Json::Value& schedule);
+
+  // The steps of SetData: the reshaping of the document, and its storing.
   bool ReConstructJsonSet(Json::Value& doc, int version);
   bool ReConstructJsonSet_Basic(Json::Value& doc);
   bool ReConstructJsonSet_Schedule(Json::Value& schedule);
+  bool SaveSections(const Json::Value& doc, int& id);
 };

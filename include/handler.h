@@ -54,11 +54,12 @@ class TaskSchedulerHandler {
   KAVO::APIResponse* response_;
 
  private:
+  void AppendPage(const _tag_kavo_sched_task_* first, Json::Value& result) const;
   Json::Value ListRow(const _tag_kavo_sched_task_& task) const;
   bool ForEachTaskID(bool (TaskSchedulerHandler::*action)(int id));
   bool DeleteTask(int id);
   bool RunTask(int id);
-  bool SetTaskState(const Json::Value& status, _tag_kavo_sched_task_* task);
+  bool SetTaskState(const Json::Value& element, _tag_kavo_sched_task_* task);
 
   int error_code_ = 0;
   std::string error_message_;
