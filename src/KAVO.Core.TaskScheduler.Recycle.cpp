@@ -135,6 +135,11 @@ void StoreReservePolicy(const Json::Value& form, Json::Value& stored) {
   }
 }
 
+// A text or a number has no entries either, though the library does not call it empty.
+bool HasEntries(const Json::Value& value) {
+  return value.size() != 0;  // NOLINT(readability-container-size-empty)
+}
+
 // The tool's options for what a clean removes and what it keeps.
 std::string CleanOptions(const Json::Value& app) {
   std::string options;
@@ -148,10 +153,12 @@ std::string CleanOptions(const Json::Value& app) {
   }
   const Json::Value& advconfig = app["advconfig"];
   const Json::Value& extensions = advconfig["reserve_policy_extension"];
-  if (advconfig["reserve_policy_extension_check"].asString() == "on" && !extensions.empty()) {
+  if (advconfig["reserve_policy_extension_check"].asString() == "on" && HasEntries(extensions)) {
     std::string names;
+    const char* separator = "";
     for (const Json::Value& extension : extensions) {
-      names += (names.empty() ? "" : ".") + extension["file_ext"].asString();
+      names += separator + extension["file_ext"].asString();
+      separator = ".";
     }
     options += " -file_ext=\"" + names + "\"";
   }
@@ -274,7 +281,7 @@ bool TaskSchedulerRecycleHandler::ConvertFromJson_App(const Json::Value& doc,
     action = "#share:share_clean_all_recycle_bin#";
   } else {
     shares = app["selected_shares"];
-    if (shares.empty()) {
+    if (!HasEntries(shares)) {  // without a name the tool would take all shares
       LogError(kSource, 325, "error selected_shares, json app=%s", app.toStyledString().c_str());
       return false;
     }

@@ -235,7 +235,9 @@ bool TaskSchedulerServiceHandler::ConvertFromJson_App(const Json::Value& doc,
   if (service_action != kActionStop && service_action != kActionStart) {
     return false;
   }
-  if (app["service_store"].empty()) {
+  // By size: a text has no entries either, though the library does not call it empty.
+  // NOLINTNEXTLINE(readability-container-size-empty)
+  if (app["service_store"].size() == 0) {
     return false;
   }
   const bool stop = service_action == kActionStop;

@@ -5,17 +5,18 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <string>
 
 namespace {
 
 std::string Format(const char* format, va_list arguments) {
-  va_list again;
-  va_copy(again, arguments);
-  const int length = vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-  std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
-  (void)vsnprintf(text.data(), text.size() + 1, format, arguments);
+  char* text = nullptr;
+  if (vasprintf(&text, format, arguments) < 0) {
+    return format;
+  }
+  const std::unique_ptr<char, decltype(&free)> owner(text, &free);
   return text;
 }
 

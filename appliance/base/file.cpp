@@ -1,0 +1,60 @@
+#include "base/file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace kavo {
+namespace {
+
+// Owns a file descriptor.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (fd_ >= 0) close(fd_);
+  }
+  int get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+// Reads until the end of the file or until `bytes` is full; the number of bytes read, or -1.
+ssize_t read_all(int fd, std::string& bytes) {
+  size_t length = 0;
+  while (length < bytes.size()) {
+    const ssize_t count = read(fd, bytes.data() + length, bytes.size() - length);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return -1;
+    if (count == 0) break;
+    length += static_cast<size_t>(count);
+  }
+  return static_cast<ssize_t>(length);
+}
+
+}  // namespace
+
+std::optional<std::string> read_file(const std::string& path, size_t limit, struct stat* status) {
+  if (path.find('\0') != std::string::npos) return std::nullopt;
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat found = {};
+  if (file.get() < 0 || fstat(file.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
+    return std::nullopt;
+  }
+  const auto size = static_cast<size_t>(found.st_size);
+  if (size > limit) return std::nullopt;
+
+  // One byte more than the file had: when it is filled, the file has grown and may be too long.
+  std::string bytes(size + 1, '\0');
+  const ssize_t length = read_all(file.get(), bytes);
+  if (length < 0 || static_cast<size_t>(length) > size) return std::nullopt;
+  bytes.resize(static_cast<size_t>(length));
+  if (status != nullptr) *status = found;
+  return bytes;
+}
+
+}  // namespace kavo

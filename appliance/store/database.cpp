@@ -1,0 +1,170 @@
+#include "store/database.h"
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include "base/root.h"
+
+namespace kavo {
+namespace {
+
+constexpr int kBusyMilliseconds = 5000;
+
+// Each step brings a file from one version to the next; the version is the number of steps done.
+// Steps that were released are never changed.
+constexpr const char* kMigrations[] = {
+    // 1: the tasks.
+    R"(CREATE TABLE tasks (
+         id INTEGER PRIMARY KEY AUTOINCREMENT CHECK (id BETWEEN 1 AND 2147483647),
+         name TEXT NOT NULL,
+         owner TEXT NOT NULL,
+         app TEXT NOT NULL,
+         app_name TEXT NOT NULL,
+         app_args TEXT NOT NULL,
+         action TEXT NOT NULL,
+         command TEXT NOT NULL,
+         edit_form TEXT NOT NULL,
+         enabled INTEGER NOT NULL,
+         simple_edit_form INTEGER NOT NULL,
+         can_edit_name INTEGER NOT NULL,
+         can_edit_owner INTEGER NOT NULL,
+         can_run_app_same_time INTEGER NOT NULL,
+         can_run_task_same_time INTEGER NOT NULL,
+         listable INTEGER NOT NULL,
+         can_run_from_ui INTEGER NOT NULL,
+         can_edit_from_ui INTEGER NOT NULL,
+         can_delete_from_ui INTEGER NOT NULL,
+         schedule TEXT NOT NULL,
+         next_run INTEGER
+       ) STRICT;
+       CREATE INDEX tasks_by_next_run ON tasks (next_run) WHERE next_run IS NOT NULL;)",
+    // 2: the runs. `due` is null for a run that was started by hand, `ended` and `result` while it
+    // runs. Task name, owner and command are those at the time of the run.
+    R"(CREATE TABLE runs (
+         id INTEGER PRIMARY KEY AUTOINCREMENT,
+         task_id INTEGER NOT NULL,
+         task_name TEXT NOT NULL,
+         owner TEXT NOT NULL,
+         command TEXT NOT NULL,
+         cause TEXT NOT NULL,
+         due INTEGER,
+         started INTEGER NOT NULL,
+         ended INTEGER,
+         result TEXT,
+         code INTEGER,
+         note TEXT NOT NULL DEFAULT '',
+         output BLOB
+       ) STRICT;
+       CREATE INDEX runs_by_task ON runs (task_id, id);
+       CREATE INDEX runs_unfinished ON runs (task_id) WHERE ended IS NULL;)",
+};
+constexpr int kVersion = static_cast<int>(std::size(kMigrations));
+
+int version_of(SQLite::Database& database) {
+  return database.execAndGet("PRAGMA user_version").getInt();
+}
+
+void migrate(SQLite::Database& database) {
+  if (version_of(database) == kVersion) {
+    return;
+  }
+  SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+  // Read again: another process may have been first.
+  const int version = version_of(database);
+  if (version > kVersion) {
+    throw StoreFailure(StoreError::kNewer, "The task store was written by a newer version (" +
+                                               std::to_string(version) + " instead of " +
+                                               std::to_string(kVersion) + ").");
+  }
+  for (int step = version; step < kVersion; ++step) {
+    database.exec(kMigrations[step]);
+  }
+  database.exec("PRAGMA user_version = " + std::to_string(kVersion));
+  transaction.commit();
+}
+
+void create_folder(const std::filesystem::path& folder) {
+  if (mkdir(folder.c_str(), S_IRWXU) == 0 || errno == EEXIST) {
+    return;
+  }
+  if (errno == ENOENT && folder.has_relative_path()) {
+    create_folder(folder.parent_path());
+    if (mkdir(folder.c_str(), S_IRWXU) == 0 || errno == EEXIST) {
+      return;
+    }
+  }
+  throw StoreFailure(StoreError::kUnavailable,
+                     "The folder " + folder.string() + " cannot be created: " + strerror(errno));
+}
+
+std::unique_ptr<SQLite::Database> open(const std::string& file) {
+  create_folder(store_folder());
+  auto database = std::make_unique<SQLite::Database>(
+      file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, kBusyMilliseconds);
+  database->exec("PRAGMA journal_mode = WAL");
+  database->exec("PRAGMA synchronous = FULL");
+  migrate(*database);
+  return database;
+}
+
+struct Connection {
+  std::string file;
+  pid_t process = 0;
+  std::unique_ptr<SQLite::Database> database;
+};
+thread_local Connection current;
+
+}  // namespace
+
+std::string store_folder() {
+  return rooted("/var/lib/kavo");
+}
+
+std::string store_file() {
+  return store_folder() + "/tasks.db";
+}
+
+SQLite::Database& connection() {
+  const std::string file = store_file();
+  if (current.process != getpid()) {
+    // A connection must not be used, nor closed, in a child of the process that opened it.
+    (void)current.database.release();
+  } else if (current.database && current.file == file) {
+    return *current.database;
+  }
+  current.database = open(file);
+  current.file = file;
+  current.process = getpid();
+  return *current.database;
+}
+
+StoreFailure store_failure(const SQLite::Exception& error, SourcePlace place) {
+  StoreError code = StoreError::kUnavailable;
+  switch (error.getErrorCode()) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      code = StoreError::kBusy;
+      break;
+    case SQLITE_FULL:
+      code = StoreError::kFull;
+      break;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      code = StoreError::kCorrupt;
+      break;
+    case SQLITE_NOMEM:
+      code = StoreError::kMemory;
+      break;
+    default:
+      break;
+  }
+  return {code, std::string("The task store failed: ") + error.what(), place};
+}
+
+}  // namespace kavo

@@ -1,0 +1,58 @@
+#include "store/run_lock.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "store/database.h"
+
+namespace kavo {
+namespace {
+
+Descriptor open_lock_file() {
+  const std::string file = store_folder() + "/runs.lock";
+  Descriptor descriptor(
+      open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+  if (!descriptor.valid()) {
+    throw StoreFailure(StoreError::kUnavailable,
+                       "The file " + file + " cannot be opened: " + strerror(errno));
+  }
+  return descriptor;
+}
+
+struct flock byte_of(std::int64_t run_id) {
+  struct flock range = {};
+  range.l_type = F_WRLCK;
+  range.l_whence = SEEK_SET;
+  range.l_start = run_id;
+  range.l_len = 1;
+  return range;
+}
+
+void lock_operation(int descriptor, int command, struct flock& range) {
+  if (fcntl(descriptor, command, &range) != 0) {
+    throw StoreFailure(StoreError::kUnavailable,
+                       std::string("The lock of a run cannot be used: ") + strerror(errno));
+  }
+}
+
+}  // namespace
+
+void RunLock::take(std::int64_t run_id) {
+  if (!descriptor_.valid()) {
+    descriptor_ = open_lock_file();
+  }
+  struct flock range = byte_of(run_id);
+  lock_operation(descriptor_.get(), F_OFD_SETLK, range);
+}
+
+bool RunLock::is_held(std::int64_t run_id) {
+  const Descriptor probe = open_lock_file();
+  struct flock range = byte_of(run_id);
+  lock_operation(probe.get(), F_OFD_GETLK, range);
+  return range.l_type != F_UNLCK;
+}
+
+}  // namespace kavo

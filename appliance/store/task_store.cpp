@@ -1,0 +1,180 @@
+#include "store/task_store.h"
+
+#include <absl/time/time.h>
+#include <json/reader.h>
+
+#include "base/clock.h"
+#include "schedule/zone.h"
+#include "store/database.h"
+#include "store/json_text.h"
+
+namespace kavo {
+namespace {
+
+// The columns of a task but for id and next_run, in the order of kTextColumns and kFlagColumns.
+std::string column_names(const char* suffix) {
+  std::string names;
+  for (const TextColumn& column : kTextColumns) {
+    names += std::string(names.empty() ? "" : ", ") + column.name + suffix;
+  }
+  for (const FlagColumn& column : kFlagColumns) {
+    names += std::string(", ") + column.name + suffix;
+  }
+  return names;
+}
+
+constexpr int kColumns = static_cast<int>(kTextColumns.size() + kFlagColumns.size());
+
+const std::string& select_sql() {
+  static const std::string sql = "SELECT id, next_run, " + column_names("") + " FROM tasks";
+  return sql;
+}
+
+// Reads the row that a statement of select_sql() is at.
+Task read_task(SQLite::Statement& row) {
+  Task task;
+  task.id = row.getColumn(0).getInt();
+  if (!row.isColumnNull(1)) {
+    task.next_run = row.getColumn(1).getInt64();
+  }
+  int column = 2;
+  for (const TextColumn& text : kTextColumns) {
+    task.*text.member = row.getColumn(column++).getString();
+  }
+  for (const FlagColumn& flag : kFlagColumns) {
+    task.*flag.member = row.getColumn(column++).getInt() != 0;
+  }
+  return task;
+}
+
+// Binds the columns of column_names() from 1 on, then the next run.
+void bind_task(SQLite::Statement& statement, const Task& task) {
+  int column = 1;
+  for (const TextColumn& text : kTextColumns) {
+    statement.bind(column++, task.*text.member);
+  }
+  for (const FlagColumn& flag : kFlagColumns) {
+    statement.bind(column++, task.*flag.member ? 1 : 0);
+  }
+  if (task.next_run) {
+    statement.bind(column, *task.next_run);
+  } else {
+    statement.bind(column);
+  }
+}
+
+Task find_task(SQLite::Database& database, int id) {
+  SQLite::Statement statement(database, select_sql() + " WHERE id = ?");
+  statement.bind(1, id);
+  if (!statement.executeStep()) {
+    throw StoreFailure(StoreError::kNoSuchTask, "There is no task " + std::to_string(id) + ".");
+  }
+  return read_task(statement);
+}
+
+int insert_task(SQLite::Database& database, const Task& task) {
+  std::string marks;
+  for (int i = 0; i < kColumns; ++i) {
+    marks += "?, ";
+  }
+  SQLite::Statement statement(
+      database, "INSERT INTO tasks (" + column_names("") + ", next_run) VALUES (" + marks + "?)");
+  bind_task(statement, task);
+  statement.exec();
+  return static_cast<int>(database.getLastInsertRowid());
+}
+
+void update_task(SQLite::Database& database, const Task& task) {
+  SQLite::Statement statement(
+      database, "UPDATE tasks SET " + column_names(" = ?") + ", next_run = ? WHERE id = ?");
+  bind_task(statement, task);
+  statement.bind(kColumns + 2, task.id);
+  statement.exec();
+}
+
+absl::CivilDay today() {
+  return absl::ToCivilDay(absl::FromUnixSeconds(Clock::now()), appliance_zone());
+}
+
+}  // namespace
+
+Task load_task(int id) {
+  if (id == -1) {
+    return Task();
+  }
+  return with_store([&](SQLite::Database& database) { return find_task(database, id); });
+}
+
+void for_each_task(const std::function<void(Task&&)>& take) {
+  with_store([&](SQLite::Database& database) {
+    SQLite::Statement statement(database, select_sql() + " ORDER BY id");
+    while (statement.executeStep()) {
+      take(read_task(statement));
+    }
+  });
+}
+
+void save_task(TaskRecord& record) {
+  if (record.refusal()) {
+    throw *record.refusal();
+  }
+  const Task saved = in_transaction([&](SQLite::Database& database) {
+    const int id = record.task().id;
+    if (id == -1) {
+      Task task = record.task();
+      // What a schedule leaves out is settled now: a first day of "today" stays this day.
+      task.schedule = compact_text(print_schedule(schedule_of(task)));
+      task.next_run = next_run_of(task, Clock::now());
+      task.id = insert_task(database, task);
+      return task;
+    }
+    const Task stored = find_task(database, id);
+    Task task = stored;
+    record.apply_to(task);
+    if (task.enabled != stored.enabled || task.schedule != stored.schedule) {
+      task.next_run = next_run_of(task, Clock::now());
+    }
+    update_task(database, task);
+    return task;
+  });
+  record.saved(saved.id, saved.next_run);
+}
+
+void remove_task(int id) {
+  const int removed = with_store([&](SQLite::Database& database) {
+    SQLite::Statement statement(database, "DELETE FROM tasks WHERE id = ?");
+    statement.bind(1, id);
+    return statement.exec();
+  });
+  if (removed == 0) {
+    throw StoreFailure(StoreError::kNoSuchTask, "There is no task " + std::to_string(id) + ".");
+  }
+}
+
+Schedule schedule_of(const Task& task) {
+  std::string error;
+  const auto schedule = parse_schedule(parse_text(task.schedule), today(), error, ZoneNames::kAny);
+  if (!schedule) {
+    throw StoreFailure(StoreError::kCorrupt, "The schedule of task " + std::to_string(task.id) +
+                                                 " cannot be read: " + error);
+  }
+  return *schedule;
+}
+
+std::optional<std::int64_t> next_run_of(const Task& task, std::int64_t after) {
+  if (!task.enabled) {
+    return std::nullopt;
+  }
+  const Schedule schedule = schedule_of(task);
+  return next_run(schedule, schedule_zone(schedule), after);
+}
+
+std::string next_trigger_time(const Task& task) {
+  if (!task.next_run) {
+    return "N/A";
+  }
+  return absl::FormatTime("%Y-%m-%d %H:%M", absl::FromUnixSeconds(*task.next_run),
+                          schedule_zone(schedule_of(task)));
+}
+
+}  // namespace kavo

@@ -1,0 +1,184 @@
+// Runs for real: the store starts the built runner, which runs the command.
+
+#include <pwd.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "store/run_lock.h"
+#include "store/run_start.h"
+#include "store/run_store.h"
+#include "store_fixture.h"
+
+namespace {
+
+class RunTest : public StoreTest {
+ protected:
+  RunTest() {
+    const std::filesystem::path folder = root_.path() / "usr/kavo/lib";
+    std::filesystem::create_directories(folder);
+    std::filesystem::create_symlink(KAVO_RUNNER, folder / "kavo-runner");
+  }
+
+  static int store_as(const std::string& owner, const std::string& command) {
+    const TaskPtr task = new_task();
+    Json::Value doc;
+    doc["basic"]["task_name"] = "a task";
+    doc["basic"]["owner"] = owner;
+    EXPECT_TRUE(KAVOSchedTaskConvertFromJson_Basic(doc, *task));
+    KAVOSchedCTaskSetCommand(task.get(), command.c_str());
+    EXPECT_EQ(KAVOSchedTaskSave(task.get()), 0);
+    return KAVOSchedTaskGetID(*task);
+  }
+
+  static kavo::Run finished(std::int64_t id) {
+    for (int i = 0; i < 2000; ++i) {
+      const kavo::Run run = kavo::load_run(id);
+      if (run.ended) {
+        wait_for_release(id);
+        return run;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ADD_FAILURE() << "run " << id << " does not end";
+    return {};
+  }
+
+  // Waits for the runner of a run to be gone.
+  static void wait_for_release(std::int64_t id) {
+    for (int i = 0; i < 2000; ++i) {
+      if (!kavo::RunLock::is_held(id)) {
+        return;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ADD_FAILURE() << "the runner of run " << id << " does not go";
+  }
+
+  static std::string owner() { return getpwuid(geteuid())->pw_name; }
+};
+
+TEST_F(RunTest, EndAndOutputAreRecorded) {
+  struct Row {
+    const char* command;
+    const char* result;
+    std::optional<int> code;
+    const char* output;
+  };
+  for (const Row& row : {Row{"echo out; echo err >&2", "ok", 0, "out\nerr\n"},
+                         Row{"printf 'a\\000b'; exit 3", "exit code", 3, nullptr},
+                         Row{"kill -9 $$", "signal", 9, ""}, Row{"", "ok", 0, ""},
+                         Row{"/no/such/program", "exit code", 127, nullptr},
+                         Row{"umask; pwd; readlink /proc/self/fd/0", "ok", 0, nullptr}}) {
+    SCOPED_TRACE(row.command);
+    const int id = store_as(owner(), row.command);
+    ASSERT_EQ(KAVOSchedTaskRun(id, 0, 0), 0);
+    const kavo::Run run = finished(kavo::latest_runs(id, 1).at(0).id);
+    EXPECT_EQ(run.result, row.result);
+    EXPECT_EQ(run.code, row.code);
+    EXPECT_EQ(run.task_name, "a task");
+    EXPECT_EQ(run.cause, "manual");
+    EXPECT_LE(run.started, *run.ended);
+    if (row.output != nullptr) {
+      EXPECT_EQ(kavo::run_output(run.id), row.output);
+    }
+  }
+  // Output is bytes: zero bytes are kept. The last row shows umask, home and standard input.
+  EXPECT_EQ(kavo::run_output(2), std::string("a\0b", 3));
+  EXPECT_EQ(kavo::run_output(6),
+            "0022\n" + std::string(getpwuid(geteuid())->pw_dir) + "\n/dev/null\n");
+}
+
+TEST_F(RunTest, TheCommandGetsAMinimalEnvironment) {
+  setenv("LEAKED", "1", 1);
+  const int id =
+      store_as(owner(), "env | cut -d= -f1 | sort | tr '\\n' ' '; ls /proc/self/fd | wc -l");
+  const kavo::Run run = finished(kavo::start_run(id));
+  unsetenv("LEAKED");
+  EXPECT_EQ(kavo::run_output(run.id),
+            "HOME KAVO_ROOT KAVO_RUN_ID KAVO_TASK_ID KAVO_TASK_NAME LANG LOGNAME PATH PWD SHELL "
+            "USER 4\n");  // PWD is the shell's own; ls has the folder open as a fourth
+}
+
+TEST_F(RunTest, TheOwnersIdentityIsTakenOnWhole) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "needs root";
+  }
+  const kavo::Run run = finished(
+      kavo::start_run(store_as("nobody", "id -un; id -gn; id -Gn; echo $USER $LOGNAME; pwd")));
+  // nobody's home does not exist, so it runs in the root folder.
+  EXPECT_EQ(kavo::run_output(run.id), "nobody\nnogroup\nnogroup\nnobody nobody\n/\n");
+  EXPECT_EQ(run.owner, "nobody");
+}
+
+TEST_F(RunTest, AnOwnerThatDoesNotExistIsARefusedRunThatSaysSo) {
+  const kavo::Run run = finished(kavo::start_run(store_as("no-such-account", "true")));
+  EXPECT_EQ(run.result, "refused");
+  EXPECT_EQ(run.note, "The owner \"no-such-account\" does not exist.");
+  EXPECT_EQ(run.code, std::nullopt);
+}
+
+TEST_F(RunTest, OutputIsCutAndSaysSo) {
+  const kavo::Run run = finished(
+      kavo::start_run(store_as(owner(), "head -c 3000000 /dev/zero | tr '\\000' x; exit 5")));
+  EXPECT_EQ(run.code, 5);
+  const std::string output = kavo::run_output(run.id);
+  const std::string notice = "\n[1951424 more bytes were cut]\n";
+  EXPECT_EQ(output.size(), (1U << 20) + notice.size());
+  EXPECT_THAT(output, testing::EndsWith(notice));
+}
+
+TEST_F(RunTest, BackgroundProcessesDoNotHoldTheRun) {
+  const std::string file = (root_.path() / "pid").string();
+  const kavo::Run run =
+      finished(kavo::start_run(store_as(owner(), "sleep 600 & echo $! > " + file + "; echo done")));
+  EXPECT_EQ(run.result, "ok");
+  EXPECT_EQ(kavo::run_output(run.id), "done\n");
+  std::ifstream stream(file);
+  pid_t background = 0;
+  ASSERT_TRUE(stream >> background);
+  EXPECT_EQ(kill(background, SIGKILL), 0);  // it lived on
+}
+
+TEST_F(RunTest, ARunningTaskIsNotStartedAgainUnlessItsRunsMayOverlap) {
+  const std::string gate = (root_.path() / "gate").string();
+  const int id = store_as(owner(), "until [ -e " + gate + " ]; do sleep 0.02; done");
+  const std::int64_t first = kavo::start_run(id);
+  EXPECT_TRUE(kavo::RunLock::is_held(first));
+  EXPECT_LT(KAVOSchedTaskRun(id, 0, 0), 0);
+  EXPECT_EQ(last_error(), static_cast<int>(kavo::StoreError::kRunning));
+  EXPECT_EQ(kavo::latest_runs(id, 10).size(), 1U);
+
+  const TaskPtr task = load(id);
+  KAVOSchedCTaskSetCanRunTaskSameTime(task.get(), 1);
+  ASSERT_EQ(KAVOSchedTaskSave(task.get()), 0);
+  const std::int64_t second = kavo::start_run(id);
+  root_.write("gate", "");
+  EXPECT_EQ(finished(first).result, "ok");
+  EXPECT_EQ(finished(second).result, "ok");
+  EXPECT_EQ(kavo::latest_runs({}, 1).at(0).id, second);
+}
+
+TEST_F(RunTest, ARunWhoseRunnerDiedDoesNotBlockTheTask) {
+  const int id = store_as(owner(), "echo $PPID; kill -9 $PPID");
+  const std::int64_t first = kavo::start_run(id);
+  wait_for_release(first);
+  EXPECT_FALSE(kavo::load_run(first).ended);
+  const std::int64_t second = kavo::start_run(id);
+  EXPECT_EQ(kavo::load_run(first).result, "interrupted");
+  wait_for_release(second);
+}
+
+TEST_F(RunTest, ARunnerThatIsMissingIsARefusedRun) {
+  std::filesystem::remove(root_.path() / "usr/kavo/lib/kavo-runner");
+  const int id = store_as(owner(), "true");
+  EXPECT_LT(KAVOSchedTaskRun(id, 0, 0), 0);
+  EXPECT_EQ(last_error(), static_cast<int>(kavo::StoreError::kNotStarted));
+  const kavo::Run run = kavo::latest_runs(id, 1).at(0);
+  EXPECT_EQ(run.result, "refused");
+  EXPECT_THAT(run.note, testing::HasSubstr("No such file"));
+}
+
+}  // namespace

@@ -1,0 +1,155 @@
+// Strings files: what is taken as one, and that each request may do what it likes with its copy.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <kavozel.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "strings/json_files.h"
+#include "temporary_folder.h"
+
+namespace {
+
+constexpr char kFolder[] = "/usr/kavo/kavoman/webman/texts/en-US";
+constexpr char kFile[] = "usr/kavo/kavoman/webman/texts/en-US/strings.json";
+
+Json::Value parse(const std::string& folder = kFolder) {
+  return KAVO::ZEL::LocalizedStringParser().ParseTexts(folder);
+}
+
+// Gives the file a modification time of its own, so that no test depends on the clock's steps.
+void set_time(const TemporaryRoot& root, time_t seconds, long nanoseconds) {
+  const timespec times[] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
+  ASSERT_EQ(utimensat(AT_FDCWD, (root.path() / kFile).c_str(), times, 0), 0);
+}
+
+TEST(Strings, ReadsSectionsAndPassesOtherValues) {
+  const TemporaryRoot root;
+  EXPECT_TRUE(parse().isNull());
+  root.write(kFile, R"({"common": {"run": "Ausf\u00fchren", "zero": "a\u0000b", "a\u0000b": "key",
+                        "": "", "count": 3, "deep": {"x": ["y"]}}, "plain": "text", "": {}})");
+  const Json::Value texts = parse();
+  EXPECT_EQ(texts["common"]["run"], "Ausf\u00fchren");
+  EXPECT_EQ(texts["common"]["zero"].asString(), std::string("a\0b", 3));
+  EXPECT_EQ(texts["common"][std::string("a\0b", 3)], "key");
+  EXPECT_EQ(texts["common"][""], "");
+  EXPECT_EQ(texts["common"]["count"], 3);
+  EXPECT_EQ(texts["common"]["deep"]["x"][0], "y");
+  EXPECT_EQ(texts["common"].size(), 6U);
+  EXPECT_EQ(texts["plain"], "text");
+  EXPECT_TRUE(texts[""].isObject());
+}
+
+TEST(Strings, AnswersNullForAnythingElse) {
+  const TemporaryRoot root;
+  const std::string deep = std::string(2000, '[') + std::string(2000, ']');
+  const std::string broken[] = {"",
+                                "[]",
+                                "\"text\"",
+                                "null",
+                                "{\"a\": {\"b\": \"c\"",
+                                "{} x",
+                                "{\"a\": }",
+                                deep,
+                                "{\"a\":" + deep + "}",
+                                "{}" + std::string(size_t{4} << 20, ' ')};
+  time_t time = 0;
+  for (const std::string& text : broken) {
+    root.write(kFile, text);
+    set_time(root, ++time, 0);
+    EXPECT_TRUE(parse().isNull()) << text.substr(0, 40);
+  }
+  root.write(kFile, "{}" + std::string((size_t{4} << 20) - 2, ' '));  // just small enough
+  EXPECT_TRUE(parse().isObject());
+
+  std::filesystem::remove(root.path() / kFile);
+  std::filesystem::create_directory(root.path() / kFile);
+  EXPECT_TRUE(parse().isNull());
+}
+
+TEST(Strings, FollowsNoPathOutOfItsFolder) {
+  const TemporaryRoot root;
+  root.write(kFile, "{}");
+  root.write("usr/kavo/kavoman/webman/strings.json", "{}");
+  root.write("strings.json", "{}");
+  ASSERT_TRUE(parse().isObject());
+  for (const std::string& folder :
+       {std::string("/usr/kavo/kavoman/webman/texts/.."), std::string("/.."), std::string(""),
+        std::string("usr/kavo"), std::string("/usr/kavo/kavoman/webman/texts/en-US/../en-US"),
+        std::string("/usr/kavo/kavoman/webman/texts/en-US\0x", 38)}) {
+    EXPECT_TRUE(parse(folder).isNull()) << folder;
+  }
+}
+
+TEST(Strings, SeesEveryNewVersionOfAFile) {
+  const TemporaryRoot root;
+  root.write(kFile, R"({"a": {"b": "one"}})");
+  set_time(root, 1000, 1);
+  EXPECT_EQ(parse()["a"]["b"], "one");
+
+  root.write(kFile, R"({"a": {"b": "two"}})");
+  set_time(root, 1000, 1);  // nothing tells it from the version that is kept
+  EXPECT_EQ(parse()["a"]["b"], "one");
+  set_time(root, 1000, 2);
+  EXPECT_EQ(parse()["a"]["b"], "two");
+
+  root.write("new", R"({"a": {"b": "six"}})");
+  std::filesystem::rename(root.path() / "new", root.path() / kFile);
+  set_time(root, 1000, 2);  // another inode
+  EXPECT_EQ(parse()["a"]["b"], "six");
+
+  std::filesystem::remove(root.path() / kFile);
+  EXPECT_TRUE(parse().isNull());
+}
+
+TEST(Strings, CopiesShareTextsAndNothingElse) {
+  const TemporaryRoot root;
+  root.write(kFile, R"({"a": {"b": "text", "c": "other"}})");
+  Json::Value first = parse();
+  const Json::Value second = parse();
+  EXPECT_EQ(first["a"]["b"].asCString(), second["a"]["b"].asCString());  // one address
+
+  first["a"]["b"] = "changed";
+  first["a"]["new"] = "added";
+  first["a"].removeMember("c");
+  first["absent"]["x"];
+  first["s"].swap(first["a"]);
+  EXPECT_EQ(first["s"]["b"], "changed");
+  EXPECT_EQ(parse(), second);
+  EXPECT_EQ(second["a"]["b"], "text");
+  EXPECT_EQ(second["a"]["c"], "other");
+  EXPECT_EQ(second.size(), 1U);
+}
+
+TEST(Strings, AreReadByManyThreadsWhileAFileChanges) {
+  const TemporaryRoot root;
+  root.write(kFile, R"({"a": {"b": "0"}})");
+  std::atomic<bool> wrong = false;
+  std::atomic<bool> done = false;
+  std::vector<std::thread> readers;
+  readers.reserve(3);
+  for (int i = 0; i < 3; ++i) {
+    readers.emplace_back([&] {
+      do {
+        Json::Value texts = parse();
+        if (!texts["a"]["b"].isString()) wrong = true;
+        texts["a"]["b"] = "mine";
+      } while (!done);
+    });
+  }
+  for (int version = 1; version <= 200; ++version) {
+    root.write("new", R"({"a": {"b": ")" + std::to_string(version) + "\"}}");
+    std::filesystem::rename(root.path() / "new", root.path() / kFile);
+  }
+  done = true;
+  for (std::thread& reader : readers) reader.join();
+  EXPECT_FALSE(wrong);
+  EXPECT_EQ(parse()["a"]["b"], "200");
+}
+
+}  // namespace
