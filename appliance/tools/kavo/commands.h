@@ -1,0 +1,43 @@
+// The commands of kavo. Each prints its result to standard output and returns the exit code: 0
+// done, 1 failed (an error answer, or a run that went wrong), 2 wrong use. What cannot be done is
+// thrown as StoreFailure, ModuleFailure or UsageError, with a message for people.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kavo {
+
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct CallOptions {
+  std::string api;
+  int version = 0;
+  std::string method;
+  std::vector<std::string> parameters;  // "name=value"
+  std::string json_file;                // the whole parameter object; "-" for standard input
+  std::string language = "en-US";
+};
+
+// Calls a method of a module and prints its answer; lists the methods of all modules.
+int call_method(const CallOptions& options);
+int list_methods();
+
+int list_tasks(bool json);
+int show_task(int id, bool json);
+int show_next_runs(int id, int count, bool json);
+int remove_tasks(const std::vector<int>& ids);
+
+// Starts a task; with `wait` also waits for the end of the run, prints what it wrote and fails when
+// the run did.
+int run_task(int id, bool wait, bool json);
+int show_history(std::optional<int> task_id, int limit, bool json);
+int show_output(std::int64_t run_id);
+
+}  // namespace kavo

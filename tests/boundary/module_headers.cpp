@@ -1,0 +1,4 @@
+// What the module's sources include.
+#include <kavosched.h>
+
+#include "handler.h"

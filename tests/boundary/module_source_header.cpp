@@ -1,0 +1,2 @@
+// A header that only the module's own sources share.
+#include "error_codes.h"

@@ -1,0 +1,2 @@
+// A header of the appliance.
+#include "store/task_store.h"
