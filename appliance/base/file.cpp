@@ -5,23 +5,10 @@
 
 #include <cerrno>
 
+#include "base/descriptor.h"
+
 namespace kavo {
 namespace {
-
-// Owns a file descriptor.
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (fd_ >= 0) close(fd_);
-  }
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
 
 // Reads until the end of the file or until `bytes` is full; the number of bytes read, or -1.
 ssize_t read_all(int fd, std::string& bytes) {
@@ -42,7 +29,7 @@ std::optional<std::string> read_file(const std::string& path, size_t limit, stru
   if (path.find('\0') != std::string::npos) return std::nullopt;
   const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat found = {};
-  if (file.get() < 0 || fstat(file.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
+  if (!file.valid() || fstat(file.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
     return std::nullopt;
   }
   const auto size = static_cast<size_t>(found.st_size);
