@@ -15,8 +15,8 @@ class CommandsTest : public CliTest {
  protected:
   void SetUp() override {
     CliTest::SetUp();
-    if (geteuid() != 0) {
-      GTEST_SKIP() << "mounting the tools at their paths needs root";
+    if (run_program({INSIDE, "/usr/bin/test", "-x", "/usr/kavo/bin/kavorecycle"}).code != 0) {
+      GTEST_SKIP() << "this machine does not let a program have mounts of its own";
     }
     fs::create_directories(root_.path() / "run/systemd/system");
     root_.write("stand-in/systemctl",
