@@ -3,6 +3,9 @@
 #include <absl/time/time.h>
 #include <json/reader.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "base/clock.h"
 #include "schedule/zone.h"
 #include "store/database.h"
@@ -72,15 +75,26 @@ Task find_task(SQLite::Database& database, int id) {
   return read_task(statement);
 }
 
-int insert_task(SQLite::Database& database, const Task& task) {
+// The statement of insert_task(). It replaces a stored task of the same id.
+std::string insert_sql() {
   std::string marks;
   for (int i = 0; i < kColumns; ++i) {
     marks += "?, ";
   }
-  SQLite::Statement statement(
-      database, "INSERT INTO tasks (" + column_names("") + ", next_run) VALUES (" + marks + "?)");
-  bind_task(statement, task);
-  statement.exec();
+  return "INSERT OR REPLACE INTO tasks (" + column_names("") + ", next_run, id) VALUES (" + marks +
+         "?, ?)";
+}
+
+// The id under which the task is stored now: its own, or a new one for -1.
+int insert_task(SQLite::Database& database, SQLite::Statement& insert, const Task& task) {
+  insert.reset();
+  bind_task(insert, task);
+  if (task.id == -1) {
+    insert.bind(kColumns + 2);
+  } else {
+    insert.bind(kColumns + 2, task.id);
+  }
+  insert.exec();
   return static_cast<int>(database.getLastInsertRowid());
 }
 
@@ -90,6 +104,26 @@ void update_task(SQLite::Database& database, const Task& task) {
   bind_task(statement, task);
   statement.bind(kColumns + 2, task.id);
   statement.exec();
+}
+
+bool is_stored(SQLite::Database& database, int id) {
+  SQLite::Statement statement(database, "SELECT 1 FROM tasks WHERE id = ?");
+  statement.bind(1, id);
+  return statement.executeStep();
+}
+
+// A whole task as it is stored. What its schedule leaves out is settled now: a first day of "today"
+// stays this day.
+Task settled(Task task) {
+  task.schedule = compact_text(print_schedule(schedule_of(task)));
+  task.next_run = next_run_of(task, Clock::now());
+  return task;
+}
+
+void require_usable(const TaskRecord& record) {
+  if (record.refusal()) {
+    throw *record.refusal();
+  }
 }
 
 absl::CivilDay today() {
@@ -115,17 +149,13 @@ void for_each_task(const std::function<void(Task&&)>& take) {
 }
 
 void save_task(TaskRecord& record) {
-  if (record.refusal()) {
-    throw *record.refusal();
-  }
+  require_usable(record);
   const Task saved = in_transaction([&](SQLite::Database& database) {
     const int id = record.task().id;
     if (id == -1) {
-      Task task = record.task();
-      // What a schedule leaves out is settled now: a first day of "today" stays this day.
-      task.schedule = compact_text(print_schedule(schedule_of(task)));
-      task.next_run = next_run_of(task, Clock::now());
-      task.id = insert_task(database, task);
+      Task task = settled(record.task());
+      SQLite::Statement insert(database, insert_sql());
+      task.id = insert_task(database, insert, task);
       return task;
     }
     const Task stored = find_task(database, id);
@@ -138,6 +168,27 @@ void save_task(TaskRecord& record) {
     return task;
   });
   record.saved(saved.id, saved.next_run);
+}
+
+void insert_tasks(std::vector<TaskRecord>& records, TakenIds taken) {
+  std::for_each(records.begin(), records.end(), require_usable);
+  const auto stored = in_transaction([&](SQLite::Database& database) {
+    std::vector<std::pair<int, std::optional<std::int64_t>>> ids_and_next_runs;
+    SQLite::Statement insert(database, insert_sql());
+    for (const TaskRecord& record : records) {
+      const int id = record.task().id;
+      if (id != -1 && taken == TakenIds::kRefuse && is_stored(database, id)) {
+        throw StoreFailure(StoreError::kBadInput, "Nothing is stored: there is a task " +
+                                                      std::to_string(id) + " already.");
+      }
+      const Task task = settled(record.task());
+      ids_and_next_runs.emplace_back(insert_task(database, insert, task), task.next_run);
+    }
+    return ids_and_next_runs;
+  });
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    records[i].saved(stored[i].first, stored[i].second);
+  }
 }
 
 void remove_task(int id) {

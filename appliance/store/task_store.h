@@ -20,6 +20,13 @@ void for_each_task(const std::function<void(Task&&)>& take);
 // the schedule or the enabled flag has changed. Gives the record its id and next run.
 void save_task(TaskRecord& record);
 
+// Stores whole tasks in one transaction, all of them or none: a record of id -1 as a new task, any
+// other under its own id, which no new task gets later. Gives the records their ids and next runs,
+// which are worked out anew. An id that is stored already is refused (kBadInput), or its task is
+// replaced, all properties at once.
+enum class TakenIds { kRefuse, kReplace };
+void insert_tasks(std::vector<TaskRecord>& records, TakenIds taken = TakenIds::kRefuse);
+
 // Deletes a stored task. Its history stays.
 void remove_task(int id);
 

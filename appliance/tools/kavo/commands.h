@@ -40,4 +40,15 @@ int run_task(int id, bool wait, bool json);
 int show_history(std::optional<int> task_id, int limit, bool json);
 int show_output(std::int64_t run_id);
 
+// Stores the entries of a crontab as tasks in one transaction, those that tasks express exactly,
+// and shows them; with `dry_run` only shows them. `file` is - for standard input. An owner makes it
+// the own crontab of that user; none, the system's. Fails when something was left out, which
+// standard error says with its reason.
+int import_crontab(const std::string& file, const std::optional<std::string>& owner, bool dry_run);
+
+// All tasks as one JSON document, and back: with their ids, in one transaction, all of them or
+// none. An id that is taken is refused unless `replace` says to store over it.
+int export_tasks();
+int import_tasks(const std::string& file, bool replace);
+
 }  // namespace kavo

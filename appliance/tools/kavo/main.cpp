@@ -31,6 +31,10 @@ struct Options {
   std::int64_t run_id = 0;
   int count = 1;
   int limit = 50;
+  std::string file;
+  std::optional<std::string> owner;
+  bool dry_run = false;
+  bool replace = false;
 };
 
 using Command = std::function<int()>;
@@ -116,6 +120,30 @@ void add_runs(CLI::App& app, Options& options, Command& chosen) {
       ->required();
 }
 
+void add_transfer(CLI::App& app, Options& options, Command& chosen) {
+  CLI::App* crontab = add_command(
+      app, "import-crontab", "Store the entries of a crontab as tasks", chosen,
+      [&] { return kavo::import_crontab(options.file, options.owner, options.dry_run); });
+  crontab->add_option("FILE", options.file, "The crontab, - for standard input")->required();
+  crontab->add_option(
+      "--owner", options.owner,
+      "It is the own crontab of this user. Without this it is the system's, in which "
+      "each entry names its user");
+  crontab->add_flag("--dry-run", options.dry_run, "Only show what would be stored");
+  crontab->footer(
+      "An entry that a task cannot express exactly is named and left out: exit code 1. A task has\n"
+      "the scheduler's environment where the crontab sets no other, its output is kept in the\n"
+      "history instead of being mailed, and while the clock is being changed for summer time the\n"
+      "rules of schedules hold.");
+  add_command(app, "export", "Print all tasks as one JSON document", chosen,
+              [] { return kavo::export_tasks(); });
+  CLI::App* tasks =
+      add_command(app, "import", "Store the tasks of an exported document again", chosen,
+                  [&] { return kavo::import_tasks(options.file, options.replace); });
+  tasks->add_option("FILE", options.file, "The document, - for standard input")->required();
+  tasks->add_flag("--replace", options.replace, "Store over tasks that have the same numbers");
+}
+
 int run(int argc, char** argv) {
   Options options;
   Command chosen;
@@ -125,6 +153,7 @@ int run(int argc, char** argv) {
   add_call(app, options, chosen);
   add_tasks(app, options, chosen);
   add_runs(app, options, chosen);
+  add_transfer(app, options, chosen);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
