@@ -119,7 +119,7 @@ class Translation {
     if (format_.owner) {
       return *format_.owner;
     }
-    const std::string owner(take_word(line));
+    std::string owner(take_word(line));
     if (owner.empty()) {
       throw Inexpressible("there is no user and no command");
     }

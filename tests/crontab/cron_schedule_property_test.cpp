@@ -158,7 +158,7 @@ std::set<std::string> all_calendars() {
     calendars.insert(calendar_of(schedule, kFirstDay));
   }
   schedule.type = Schedule::Type::kDate;
-  for (schedule.date = kFirstDay; schedule.date < kFirstDay + 365 * 2; ++schedule.date) {
+  for (schedule.date = kFirstDay; schedule.date < absl::CivilDay(2025, 1, 1); ++schedule.date) {
     for (const auto repeat :
          {Schedule::Repeat::kNever, Schedule::Repeat::kWeekly, Schedule::Repeat::kMonthly,
           Schedule::Repeat::kQuarterly, Schedule::Repeat::kHalfYearly, Schedule::Repeat::kYearly}) {

@@ -103,6 +103,7 @@ TEST(CrontabTest, WhatATaskCannotExpressIsLeftOutWithTheReason) {
            Row{"0 0 31 * * true", "every one, three, six or twelve months"},
            Row{"0 0 31 4 * true", "it never runs"},
            Row{"0 0 1 1,2 * true", "every one, three, six or twelve months"},
+           Row{"0 0 1 1-11 * true", "every one, three, six or twelve months"},
            Row{"0 0 1 1,5,9 * true", "does not repeat every 4 months"},
            Row{"@reboot true", "not by the start of the system"},
            Row{"@Daily true", "\"@Daily\" is not known"},
