@@ -39,9 +39,9 @@ int KAVOSchedTaskLoad(int id, _tag_kavo_sched_task_* task);
 // Fails, too, when a setter was given a value that cannot be stored.
 int KAVOSchedTaskSave(_tag_kavo_sched_task_* task);
 
-// Starts the stored task `id` now and returns when its run is recorded and its runner started; it
+// Starts the stored task `id` now and returns when its run is recorded and the scheduler told; it
 // does not wait for the end. Both further arguments are reserved and must be 0. Fails when the task
-// is not stored, or is running and its runs may not overlap, or the runner cannot be started.
+// is not stored, or is running and its runs may not overlap, or no scheduler is listening.
 int KAVOSchedTaskRun(int id, int reserved1, int reserved2);
 
 // Deletes the stored task `id`; its history stays. Fails for an id that is not stored.

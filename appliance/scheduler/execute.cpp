@@ -7,6 +7,7 @@
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
+#include <sys/timerfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,15 +16,21 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <vector>
 
 #include "base/descriptor.h"
 #include "scheduler/identity.h"
+#include "scheduler/process_tree.h"
+#include "scheduler/tool_link.h"
 
 namespace kavo {
 namespace {
+
+using std::chrono::milliseconds;
+using Moment = std::chrono::steady_clock::time_point;
 
 constexpr char kPath[] = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
@@ -103,12 +110,20 @@ class Output {
     return true;
   }
 
-  std::string text() const {
-    return cut_ == 0 ? text_ : text_ + "\n[" + std::to_string(cut_) + " more bytes were cut]\n";
+  // What has not been saved, and where in the output that stands.
+  std::string_view unsaved() const { return std::string_view(text_).substr(saved_); }
+  std::size_t saved() const { return saved_; }
+  void mark_saved() { saved_ = text_.size(); }
+
+  // What is left to save at the end, with a line that says what was cut.
+  std::string rest() const {
+    std::string text(unsaved());
+    return cut_ == 0 ? text : text + "\n[" + std::to_string(cut_) + " more bytes were cut]\n";
   }
 
  private:
   std::string text_;
+  std::size_t saved_ = 0;
   std::size_t cut_ = 0;
 };
 
@@ -120,77 +135,186 @@ RunEnd end_of(int status) {
   return {code == 0 ? result::kOk : result::kExitCode, code, "", ""};
 }
 
-// Reaps every child that has ended. True, with its status, once `shell` is among them.
-bool reap(pid_t shell, int& status) {
-  bool ended = false;
-  int current = 0;
-  for (pid_t child = 0; (child = waitpid(-1, &current, WNOHANG)) > 0;) {
-    if (child == shell) {
-      status = current;
-      ended = true;
-    }
-  }
-  return ended;
+sigset_t handled_signals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGCHLD);
+  sigaddset(&signals, SIGTERM);
+  return signals;
 }
 
-// Collects output until the shell has ended. Its status.
-int follow(pid_t shell, int output, int signals, Output& text) {
-  std::array<pollfd, 2> events = {pollfd{signals, POLLIN, 0}, pollfd{output, POLLIN, 0}};
-  for (;;) {
-    if (poll(events.data(), events.size(), -1) < 0 && errno != EINTR) {
-      throw std::system_error(errno, std::generic_category(), "poll");
-    }
-    if (events[1].revents != 0 && !text.read_from(output)) {
-      events[1].fd = -1;  // closed by all: there is only the end to wait for
-    }
-    if (events[0].revents != 0) {
-      signalfd_siginfo ignored;
-      (void)!read(signals, &ignored, sizeof ignored);
-      int status = 0;
-      if (reap(shell, status)) {
-        while (text.read_from(output)) {
-        }
-        return status;
-      }
-    }
+// A descriptor that is readable once a run's time is over, the time that the machine sleeps
+// included; none without a limit.
+Descriptor limit_timer(int seconds) {
+  if (seconds == 0) {
+    return {};
   }
+  Descriptor timer(timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK));
+  itimerspec spec = {};
+  spec.it_value.tv_sec = seconds;
+  if (!timer.valid() || timerfd_settime(timer.get(), 0, &spec, nullptr) != 0) {
+    throw std::system_error(errno, std::generic_category(), "The time limit cannot be set");
+  }
+  return timer;
 }
 
-RunEnd run_as(const Run& run, const Identity& identity) {
-  sigset_t child;
-  sigemptyset(&child);
-  sigaddset(&child, SIGCHLD);
-  sigprocmask(SIG_BLOCK, &child, nullptr);
-  prctl(PR_SET_CHILD_SUBREAPER, 1);
-  const Descriptor signals(signalfd(-1, &child, SFD_CLOEXEC));
-  int ends[2] = {-1, -1};
-  if (!signals.valid() || pipe2(ends, O_CLOEXEC) != 0) {
-    throw std::system_error(errno, std::generic_category(), "A pipe cannot be made");
-  }
-  const Descriptor output(ends[0]);
-  pid_t shell = 0;
-  {
+// A command that goes on, from the start of its shell to the end.
+class Execution {
+ public:
+  Execution(const Run& run, const Identity& identity, const ExecuteOptions& options)
+      : options_(options), limit_(limit_timer(run.time_limit)) {
+    const sigset_t handled = handled_signals();
+    signals_ = Descriptor(signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK));
+    int ends[2] = {-1, -1};
+    if (!signals_.valid() || pipe2(ends, O_CLOEXEC) != 0) {
+      throw std::system_error(errno, std::generic_category(), "A pipe cannot be made");
+    }
+    output_ = Descriptor(ends[0]);
     const Descriptor input(ends[1]);
-    shell = fork();
-    if (shell < 0) {
+    fcntl(output_.get(), F_SETFL, O_NONBLOCK);
+    shell_ = fork();
+    if (shell_ < 0) {
       throw std::system_error(errno, std::generic_category(), "A process cannot be started");
     }
-    if (shell == 0) {
+    if (shell_ == 0) {
       become_command(run, identity, input.get());
     }
   }
-  fcntl(output.get(), F_SETFL, O_NONBLOCK);
-  Output text;
-  RunEnd end = end_of(follow(shell, output.get(), signals.get(), text));
-  end.output = text.text();
-  return end;
-}
+
+  RunEnd finish() {
+    while (!is_over()) {
+      wait();
+      handle_signals();
+      handle_limit();
+      press_on();
+      save();
+    }
+    read_the_rest();
+    RunEnd end = stopped_as_ ? RunEnd{stopped_as_, {}, "", ""} : end_of(*status_);
+    end.output = text_.rest();
+    end.output_position = text_.saved();
+    return end;
+  }
+
+ private:
+  // A run that is stopped is over when nothing of it is left, any other one with its shell.
+  bool is_over() const {
+    return status_.has_value() && (stopped_as_ == nullptr || descendants().empty());
+  }
+
+  // Until something happens or is to be done. Reads output.
+  void wait() {
+    std::array<pollfd, 3> events = {pollfd{signals_.get(), POLLIN, 0},
+                                    pollfd{output_.get(), POLLIN, 0},
+                                    pollfd{limit_.get(), POLLIN, 0}};
+    if (poll(events.data(), events.size(), timeout()) < 0 && errno != EINTR) {
+      throw std::system_error(errno, std::generic_category(), "poll");
+    }
+    if (events[1].revents != 0 && !text_.read_from(output_.get())) {
+      output_ = Descriptor();  // closed by all: there is only the end to wait for
+    }
+  }
+
+  // Milliseconds until something is to be done that nothing announces; -1 for never.
+  int timeout() const {
+    std::optional<Moment> next;
+    if (stopped_as_ != nullptr) {
+      next = kill_at_;
+    }
+    if (options_.save_output && !text_.unsaved().empty()) {
+      next = std::min(next.value_or(save_at_), save_at_);
+    }
+    if (!next) {
+      return -1;
+    }
+    const auto left =
+        std::chrono::ceil<milliseconds>(*next - std::chrono::steady_clock::now()).count();
+    return static_cast<int>(std::max<std::int64_t>(left, 0));
+  }
+
+  void handle_signals() {
+    signalfd_siginfo signal;
+    while (read(signals_.get(), &signal, sizeof signal) == sizeof signal) {
+      if (signal.ssi_signo == SIGTERM) {
+        stop(result::kStopped);
+      }
+    }
+    int status = 0;
+    for (pid_t child = 0; (child = waitpid(-1, &status, WNOHANG)) > 0;) {
+      if (child == shell_) {
+        status_ = status;
+      }
+    }
+  }
+
+  void handle_limit() {
+    std::uint64_t expirations = 0;
+    if (limit_.valid() && read(limit_.get(), &expirations, sizeof expirations) > 0) {
+      stop(result::kTimeLimit);
+    }
+  }
+
+  void stop(const char* as) {
+    if (stopped_as_ != nullptr || status_) {
+      return;
+    }
+    stopped_as_ = as;
+    signal_descendants(SIGTERM);
+    kill_at_ = std::chrono::steady_clock::now() + options_.grace;
+  }
+
+  // Ends what has outlived its grace. Again and again, as long as something is left: it may have
+  // multiplied meanwhile.
+  void press_on() {
+    constexpr milliseconds kAgain{100};
+    if (stopped_as_ != nullptr && std::chrono::steady_clock::now() >= kill_at_) {
+      signal_descendants(SIGKILL);
+      kill_at_ = std::chrono::steady_clock::now() + kAgain;
+    }
+  }
+
+  void save() {
+    const Moment now = std::chrono::steady_clock::now();
+    if (options_.save_output && !text_.unsaved().empty() && now >= save_at_) {
+      if (options_.save_output(text_.saved(), text_.unsaved())) {
+        text_.mark_saved();
+      }
+      save_at_ = now + options_.save_interval;
+    }
+  }
+
+  // What is in the pipe at the end, and no more: processes in the background may go on writing.
+  void read_the_rest() {
+    constexpr int kReadsOfAFullPipe = 16;
+    for (int i = 0; i < kReadsOfAFullPipe && output_.valid() && text_.read_from(output_.get());
+         ++i) {
+    }
+  }
+
+  const ExecuteOptions& options_;
+  Descriptor limit_;
+  Descriptor signals_;
+  Descriptor output_;
+  pid_t shell_ = 0;
+  std::optional<int> status_;  // the shell's, once it has ended
+  Output text_;
+  Moment save_at_ = std::chrono::steady_clock::now() + options_.save_interval;
+  const char* stopped_as_ = nullptr;  // the result, once the run is being stopped
+  Moment kill_at_;
+};
 
 }  // namespace
 
-RunEnd execute(const Run& run) {
+void accept_stops() {
+  const sigset_t handled = handled_signals();
+  sigprocmask(SIG_BLOCK, &handled, nullptr);
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
+}
+
+RunEnd execute(const Run& run, const ExecuteOptions& options) {
   try {
-    return run_as(run, find_identity(run.owner));
+    check_tool_link(run.command);
+    return Execution(run, find_identity(run.owner), options).finish();
   } catch (const std::exception& error) {
     return {result::kRefused, {}, error.what(), ""};
   }

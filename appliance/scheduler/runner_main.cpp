@@ -1,7 +1,8 @@
-// kavo-runner: the process of one run. Started by the store with the run's lock as descriptor 3.
+// kavo-runner: the process of one run. Started by the scheduler with the run's lock as
+// descriptor 3.
 //
-// It detaches itself, executes the run's command and writes the end of the run to the store, so
-// that whoever started it may end meanwhile.
+// It marks the run as started, executes its command, and writes the output and the end of the run
+// to the store, so that the scheduler may end meanwhile. TERM stops the run.
 
 #include <linux/close_range.h>
 #include <syslog.h>
@@ -19,26 +20,52 @@
 namespace {
 
 constexpr unsigned int kFirstForeignDescriptor = 4;
-// A disk that is full, or a store that is locked, may be so for a while: the end of a run is worth
-// waiting for.
+// A disk that is full, or a store that is locked, may be so for a while: a run is worth waiting
+// for.
 constexpr std::chrono::seconds kRetry{1};
 constexpr std::chrono::hours kPatience{24};
 
-void record_end(std::int64_t run_id, const kavo::RunEnd& end) {
+// Does what the store has to go along with, again and again until it does.
+template <typename Operation>
+auto insist(std::int64_t run_id, const std::string& what, Operation operation) {
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
   for (;;) {
     try {
-      kavo::end_run(run_id, end);
-      return;
+      return operation();
     } catch (const kavo::StoreFailure& failure) {
-      syslog(LOG_ERR, "The end of run %lld (%s) cannot be recorded: %s",
-             static_cast<long long>(run_id), end.result.c_str(), failure.what());
+      syslog(LOG_ERR, "Run %lld cannot be recorded as %s: %s", static_cast<long long>(run_id),
+             what.c_str(), failure.what());
       if (std::chrono::steady_clock::now() >= deadline) {
-        return;
+        throw;
       }
     }
     std::this_thread::sleep_for(kRetry);
   }
+}
+
+// Saves output while the run goes on; a failure is left to the end of the run to tell.
+bool save_output(std::int64_t run_id, std::size_t position, std::string_view bytes) {
+  try {
+    return kavo::append_output(run_id, position, bytes);
+  } catch (const kavo::StoreFailure&) {
+    return false;
+  }
+}
+
+void run(std::int64_t run_id) {
+  if (!insist(run_id, "started", [&] { return kavo::mark_started(run_id, getpid()); })) {
+    return;
+  }
+  kavo::ExecuteOptions options;
+  options.save_output = [&](std::size_t position, std::string_view bytes) {
+    return save_output(run_id, position, bytes);
+  };
+  const kavo::Run claimed = insist(run_id, "running", [&] { return kavo::load_run(run_id); });
+  const kavo::RunEnd end = kavo::execute(claimed, options);
+  insist(run_id, end.result, [&] {
+    kavo::end_run(run_id, end);
+    return true;
+  });
 }
 
 }  // namespace
@@ -46,18 +73,14 @@ void record_end(std::int64_t run_id, const kavo::RunEnd& end) {
 int main(int argc, char** argv) {
   std::int64_t run_id = 0;
   if (argc != 2 || std::from_chars(argv[1], argv[1] + strlen(argv[1]), run_id).ec != std::errc()) {
-    dprintf(STDERR_FILENO, "kavo-runner is started by the task store, for one run.\n");
+    dprintf(STDERR_FILENO, "kavo-runner is started by kavo-schedd, for one run.\n");
     return 2;
   }
   close_range(kFirstForeignDescriptor, ~0U, 0);
-  const pid_t detached = fork();
-  if (detached != 0) {
-    return detached > 0 ? 0 : 1;
-  }
-  setsid();
+  kavo::accept_stops();
   openlog("kavo-runner", LOG_PID, LOG_CRON);
   try {
-    record_end(run_id, kavo::execute(kavo::load_run(run_id)));
+    run(run_id);
     return 0;
   } catch (const std::exception& error) {
     syslog(LOG_ERR, "Run %lld: %s", static_cast<long long>(run_id), error.what());

@@ -14,8 +14,6 @@
 namespace kavo {
 namespace {
 
-constexpr int kBusyMilliseconds = 5000;
-
 // Each step brings a file from one version to the next; the version is the number of steps done.
 // Steps that were released are never changed.
 constexpr const char* kMigrations[] = {
@@ -63,6 +61,49 @@ constexpr const char* kMigrations[] = {
        ) STRICT;
        CREATE INDEX runs_by_task ON runs (task_id, id);
        CREATE INDEX runs_unfinished ON runs (task_id) WHERE ended IS NULL;)",
+    // 3: the scheduler. A run is claimed first (`queued`: its place in the line) and started later,
+    // by its runner, whose process id it then has; it keeps what it needs of the task. Output comes
+    // piece by piece while the run goes on. `state` is what the scheduler has to remember.
+    R"(CREATE TABLE claimed_runs (
+         id INTEGER PRIMARY KEY AUTOINCREMENT,
+         task_id INTEGER NOT NULL,
+         task_name TEXT NOT NULL,
+         owner TEXT NOT NULL,
+         command TEXT NOT NULL,
+         app TEXT NOT NULL,
+         app_alone INTEGER NOT NULL,
+         time_limit INTEGER NOT NULL,
+         cause TEXT NOT NULL,
+         due INTEGER,
+         queued INTEGER NOT NULL,
+         started INTEGER,
+         runner INTEGER,
+         ended INTEGER,
+         result TEXT,
+         code INTEGER,
+         note TEXT NOT NULL DEFAULT ''
+       ) STRICT;
+       INSERT INTO claimed_runs
+         SELECT id, task_id, task_name, owner, command, '', 0, 0, cause, due, started, started,
+                NULL, ended, result, code, note
+         FROM runs;
+       CREATE TABLE run_output (
+         run_id INTEGER NOT NULL,
+         position INTEGER NOT NULL,
+         bytes BLOB NOT NULL,
+         PRIMARY KEY (run_id, position)
+       ) STRICT;
+       INSERT INTO run_output SELECT id, 0, output FROM runs WHERE length(output) > 0;
+       DROP TABLE runs;
+       ALTER TABLE claimed_runs RENAME TO runs;
+       CREATE INDEX runs_by_task ON runs (task_id, id);
+       CREATE INDEX runs_by_end ON runs (ended) WHERE ended IS NOT NULL;
+       CREATE INDEX runs_unfinished ON runs (task_id) WHERE ended IS NULL;
+       CREATE INDEX runs_waiting ON runs (queued, id) WHERE started IS NULL AND ended IS NULL;
+       CREATE TRIGGER runs_removed AFTER DELETE ON runs BEGIN
+         DELETE FROM run_output WHERE run_id = old.id;
+       END;
+       CREATE TABLE state (key TEXT PRIMARY KEY, value TEXT NOT NULL) STRICT;)",
 };
 constexpr int kVersion = static_cast<int>(std::size(kMigrations));
 

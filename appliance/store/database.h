@@ -9,6 +9,9 @@
 
 namespace kavo {
 
+// How long a statement waits for others to let go of the store.
+inline constexpr int kBusyMilliseconds = 5000;
+
 // The folder of the store ("/var/lib/kavo") and its file there.
 std::string store_folder();
 std::string store_file();

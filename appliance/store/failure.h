@@ -12,7 +12,8 @@ enum class StoreError : int {
   kNoSuchTask = 0x0E01,       // no task with this id is stored
   kNoSuchRun = 0x0E02,        // no run with this id is recorded
   kRunning = 0x0E03,          // the task is running and its runs may not overlap
-  kNotStarted = 0x0E04,       // the runner could not be started
+  kEnded = 0x0E04,            // the run has ended already
+  kNoScheduler = 0x0E05,      // no scheduler is listening
   kBadInput = 0x0E10,         // a document or a property that cannot be stored
   kBusy = 0x0E20,             // another process kept the store locked for too long
   kFull = 0x0E21,             // no space left for the store

@@ -31,21 +31,26 @@ struct flock byte_of(std::int64_t run_id) {
   return range;
 }
 
-void lock_operation(int descriptor, int command, struct flock& range) {
-  if (fcntl(descriptor, command, &range) != 0) {
+// False when the lock is another's.
+bool lock_operation(int descriptor, int command, struct flock& range) {
+  if (fcntl(descriptor, command, &range) == 0) {
+    return true;
+  }
+  if (errno != EAGAIN && errno != EACCES) {
     throw StoreFailure(StoreError::kUnavailable,
                        std::string("The lock of a run cannot be used: ") + strerror(errno));
   }
+  return false;
 }
 
 }  // namespace
 
-void RunLock::take(std::int64_t run_id) {
+bool RunLock::take(std::int64_t run_id) {
   if (!descriptor_.valid()) {
     descriptor_ = open_lock_file();
   }
   struct flock range = byte_of(run_id);
-  lock_operation(descriptor_.get(), F_OFD_SETLK, range);
+  return lock_operation(descriptor_.get(), F_OFD_SETLK, range);
 }
 
 bool RunLock::is_held(std::int64_t run_id) {

@@ -7,14 +7,15 @@
 
 namespace kavo {
 
-// A lock that belongs to one run while it goes on. The process that records the run takes it before
-// the record can be seen, and hands the descriptor to the runner, which keeps it for its life: the
-// system releases it however the runner ends, so that a number used again for another process, or a
-// loss of power, deceives nobody. All runs share one file, of which each locks the byte of its id.
+// A lock that belongs to one run while it goes on. The scheduler takes it before it starts the
+// runner and hands it the descriptor, which the runner keeps for its life: the system releases it
+// however the runner ends, so that a number used again for another process, or a loss of power,
+// deceives nobody. All runs share one file, of which each locks the byte of its id.
 class RunLock {
  public:
-  // Takes the lock of a run. Throws StoreFailure (kUnavailable) when it cannot be had.
-  void take(std::int64_t run_id);
+  // Takes the lock of a run; false when another process holds it. Throws StoreFailure
+  // (kUnavailable) when there is no telling.
+  bool take(std::int64_t run_id);
 
   // The descriptor that holds the lock; closed on exec unless it is passed on.
   int descriptor() const { return descriptor_.get(); }

@@ -1,76 +1,72 @@
 #include "store/run_start.h"
 
-#include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <string>
 
-#include "base/root.h"
+#include "base/process_descriptor.h"
 #include "store/failure.h"
+#include "store/run_claim.h"
 #include "store/run_lock.h"
-#include "store/run_store.h"
+#include "store/run_queue.h"
+#include "store/wake_up.h"
 
 namespace kavo {
 namespace {
 
-constexpr char kRunner[] = "/usr/kavo/lib/kavo-runner";
-constexpr int kLockDescriptor = 3;
+StoreFailure cannot_stop(std::int64_t id) {
+  return {StoreError::kUnavailable,
+          "Run " + std::to_string(id) + " cannot be stopped: " + strerror(errno) + "."};
+}
 
-// Starts the runner with the run's lock as descriptor 3 and nothing else of this process's. The
-// runner detaches itself at once, so that waiting for the process that was started is short. Zero,
-// or an error number.
-int spawn_runner(std::int64_t run_id, const RunLock& lock) {
-  const std::string runner = rooted(kRunner);
-  const std::string id = std::to_string(run_id);
-  std::string root = "KAVO_ROOT=" + rooted("");
-  const char* const arguments[] = {runner.c_str(), id.c_str(), nullptr};
-  char* const environment[] = {root.data(), nullptr};
+StoreFailure ended(std::int64_t id, const std::string& how) {
+  return {StoreError::kEnded, "Run " + std::to_string(id) + " has ended already: " + how + "."};
+}
 
-  posix_spawn_file_actions_t files;
-  posix_spawnattr_t attributes;
-  posix_spawn_file_actions_init(&files);
-  posix_spawnattr_init(&attributes);
-  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    posix_spawn_file_actions_addopen(&files, standard, "/dev/null", O_RDWR, 0);
+// Tells the runner of a run that goes on to stop it.
+void tell_runner(const Run& run) {
+  // The process is held first and the lock looked at then: while the lock is held the runner lives,
+  // so that the number cannot have gone to another process before.
+  const Descriptor runner = hold_process(run.runner);
+  if (!runner.valid() && errno != ESRCH) {
+    throw cannot_stop(run.id);
   }
-  posix_spawn_file_actions_adddup2(&files, lock.descriptor(), kLockDescriptor);
-  sigset_t none;
-  sigset_t all;
-  sigemptyset(&none);
-  sigfillset(&all);
-  posix_spawnattr_setsigmask(&attributes, &none);
-  posix_spawnattr_setsigdefault(&attributes, &all);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-
-  pid_t process = 0;
-  const int error = posix_spawn(&process, runner.c_str(), &files, &attributes,
-                                const_cast<char* const*>(arguments), environment);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&files);
-  if (error == 0) {
-    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
-    }
+  if (!runner.valid() || !RunLock::is_held(run.id)) {
+    settle_run(run.id);
+    throw ended(run.id, load_run(run.id).result);
   }
-  return error;
+  if (!signal_process(runner, SIGTERM) && errno != ESRCH) {
+    throw cannot_stop(run.id);
+  }
 }
 
 }  // namespace
 
 std::int64_t start_run(int task_id) {
-  RunLock lock;
-  const Run run = claim_run(task_id, lock);
-  const int error = spawn_runner(run.id, lock);
-  if (error != 0) {
-    const std::string why = std::string("The runner cannot be started: ") + strerror(error);
-    end_run(run.id, {result::kRefused, {}, why, ""});
-    throw StoreFailure(StoreError::kNotStarted, why);
+  const SchedulerLine line;
+  const std::int64_t id = claim_by_hand(task_id);
+  try {
+    line.wake();
+  } catch (const StoreFailure&) {
+    if (take_back(id)) {
+      throw;
+    }
   }
-  return run.id;
+  return id;
+}
+
+void stop_run(std::int64_t id) {
+  if (stop_waiting(id)) {
+    wake_scheduler();  // a place in the line is free
+    return;
+  }
+  const Run run = load_run(id);
+  if (run.ended) {
+    throw ended(id, run.result);
+  }
+  tell_runner(run);
 }
 
 }  // namespace kavo

@@ -10,6 +10,7 @@
 #include "schedule/zone.h"
 #include "store/database.h"
 #include "store/json_text.h"
+#include "store/wake_up.h"
 
 namespace kavo {
 namespace {
@@ -150,6 +151,7 @@ void for_each_task(const std::function<void(Task&&)>& take) {
 
 void save_task(TaskRecord& record) {
   require_usable(record);
+  bool due_time_changed = true;
   const Task saved = in_transaction([&](SQLite::Database& database) {
     const int id = record.task().id;
     if (id == -1) {
@@ -164,9 +166,13 @@ void save_task(TaskRecord& record) {
     if (task.enabled != stored.enabled || task.schedule != stored.schedule) {
       task.next_run = next_run_of(task, Clock::now());
     }
+    due_time_changed = task.next_run != stored.next_run;
     update_task(database, task);
     return task;
   });
+  if (due_time_changed) {
+    wake_scheduler();
+  }
   record.saved(saved.id, saved.next_run);
 }
 
@@ -186,6 +192,7 @@ void insert_tasks(std::vector<TaskRecord>& records, TakenIds taken) {
     }
     return ids_and_next_runs;
   });
+  wake_scheduler();
   for (std::size_t i = 0; i < records.size(); ++i) {
     records[i].saved(stored[i].first, stored[i].second);
   }

@@ -8,9 +8,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "scheduler_process.h"
 #include "store/store_fixture.h"
 
 struct Outcome {
@@ -30,6 +32,7 @@ class CliTest : public StoreTest {
         run_program({CMAKE_PROGRAM, "--install", BUILD_FOLDER, "--prefix", "/usr/kavo"});
     unsetenv("DESTDIR");
     ASSERT_EQ(install.code, 0) << install.err;
+    scheduler_.emplace(root_.path() / "usr/kavo/bin/kavo-schedd");
   }
 
   std::string program() const { return root_.path() / "usr/kavo/bin/kavo"; }
@@ -107,4 +110,7 @@ class CliTest : public StoreTest {
     posix_spawn_file_actions_destroy(&files);
     return outcome;
   }
+
+ private:
+  std::optional<SchedulerProcess> scheduler_;
 };

@@ -77,6 +77,28 @@ TEST_F(CliTest, RunsAndTheirHistory) {
                            "2    2     bad   manual .* exit code 3\n"));
 }
 
+TEST_F(CliTest, RunsThatGoOnAreFollowedAndStopped) {
+  const std::string gate = (root_.path() / "gate").string();
+  const std::string id = std::to_string(create_script(
+      "gate", "echo first; until [ -e " + gate + " ]; do sleep 0.02; done; echo second"));
+  EXPECT_EQ(kavo({"run", id}).out, "Run 1 of task 1 was started.\n");
+  EXPECT_EQ(kavo({"run", id}).code, 1);
+  for (int i = 0; i < 3000 && kavo({"output", "1"}).out.empty(); ++i) {
+  }
+  EXPECT_EQ(kavo({"output", "1"}).out, "first\n");
+  EXPECT_THAT(kavo({"history"}).out, HasSubstr("running"));
+  root_.write("gate", "");
+  EXPECT_EQ(kavo({"output", "1", "--follow"}).out, "first\nsecond\n");
+  EXPECT_EQ(kavo({"stop", "1"}).code, 1);
+  EXPECT_EQ(kavo({"stop", "7"}).code, 1);
+
+  std::filesystem::remove(gate);
+  EXPECT_EQ(kavo({"run", id}).code, 0);
+  EXPECT_EQ(kavo({"stop", "2"}).code, 0);
+  EXPECT_THAT(kavo({"output", "2", "--follow"}).code, 0);
+  EXPECT_THAT(kavo({"history"}).out, HasSubstr("stopped"));
+}
+
 TEST_F(CliTest, RunThroughTheModuleIsRecorded) {
   const std::string id = std::to_string(create_script("of the module", "echo done"));
   EXPECT_TRUE(call("1", "run", {"task=" + id})["success"].asBool());

@@ -38,7 +38,10 @@ int remove_tasks(const std::vector<int>& ids);
 // the run did.
 int run_task(int id, bool wait, bool json);
 int show_history(std::optional<int> task_id, int limit, bool json);
-int show_output(std::int64_t run_id);
+// Prints what a run wrote so far; with `follow` also what comes until it ends.
+int show_output(std::int64_t run_id, bool follow);
+// Stops a run that waits or goes on; does not wait for its end.
+int stop(std::int64_t run_id);
 
 // Stores the entries of a crontab as tasks in one transaction, those that tasks express exactly,
 // and shows them; with `dry_run` only shows them. `file` is - for standard input. An owner makes it

@@ -25,6 +25,7 @@ struct Options {
   bool list = false;
   bool json = false;
   bool wait = false;
+  bool follow = false;
   int id = 0;
   std::vector<int> ids;
   std::optional<int> task_id;
@@ -114,8 +115,11 @@ void add_runs(CLI::App& app, Options& options, Command& chosen) {
       ->check(CLI::Range(1, 1000000))
       ->capture_default_str();
   add_json(history, options);
-  add_command(app, "output", "Print what a run wrote", chosen,
-              [&] { return kavo::show_output(options.run_id); })
+  CLI::App* output = add_command(app, "output", "Print what a run wrote", chosen,
+                                 [&] { return kavo::show_output(options.run_id, options.follow); });
+  output->add_option("RUN", options.run_id, "The run's number")->required();
+  output->add_flag("--follow", options.follow, "Go on until the run ends");
+  add_command(app, "stop", "Stop a run", chosen, [&] { return kavo::stop(options.run_id); })
       ->add_option("RUN", options.run_id, "The run's number")
       ->required();
 }

@@ -7,6 +7,7 @@
 #include "store/run_lock.h"
 #include "store/run_start.h"
 #include "store/run_store.h"
+#include "store/wake_up.h"
 #include "tools/kavo/commands.h"
 #include "tools/kavo/json_output.h"
 #include "tools/kavo/table.h"
@@ -14,10 +15,10 @@
 namespace kavo {
 namespace {
 
-// How a run stands: "ok", "exit code 3", "signal 9", "refused: why", or "running".
+// How a run stands: "ok", "exit code 3", "signal 9", "refused: why", "running" or "waiting".
 std::string outcome(const Run& run) {
   if (!run.ended) {
-    return "running";
+    return run.started ? "running" : "waiting";
   }
   std::string text = run.result;
   if (run.code && run.result != result::kOk) {
@@ -29,6 +30,10 @@ std::string outcome(const Run& run) {
   return text;
 }
 
+Json::Value moment_json(std::optional<std::int64_t> moment) {
+  return moment ? Json::Value(Json::Int64(*moment)) : Json::Value();
+}
+
 Json::Value run_json(const Run& run) {
   Json::Value json;
   json["run"] = Json::Int64(run.id);
@@ -37,30 +42,42 @@ Json::Value run_json(const Run& run) {
   json["owner"] = run.owner;
   json["command"] = run.command;
   json["cause"] = run.cause;
-  json["due"] = run.due ? Json::Value(Json::Int64(*run.due)) : Json::Value();
-  json["started"] = Json::Int64(run.started);
-  json["ended"] = run.ended ? Json::Value(Json::Int64(*run.ended)) : Json::Value();
+  json["due"] = moment_json(run.due);
+  json["started"] = moment_json(run.started);
+  json["ended"] = moment_json(run.ended);
   json["result"] = run.ended ? Json::Value(run.result) : Json::Value();
   json["code"] = run.code ? Json::Value(*run.code) : Json::Value();
   json["note"] = run.note;
   return json;
 }
 
-// Waits for the end of a run. Throws when its runner is gone without having recorded one.
+// The run as it stands now. Throws when it can no longer get any further: it waits, or its runner
+// died, and there is no scheduler to see to that.
+Run look_at(std::int64_t id) {
+  Run run = load_run(id);
+  if (run.ended || (run.started && RunLock::is_held(id))) {
+    return run;
+  }
+  run = load_run(id);  // a runner writes the end first and lets the lock go then
+  if (!run.ended) {
+    const SchedulerLine line;
+  }
+  return run;
+}
+
 Run wait_for_end(std::int64_t id) {
   for (;;) {
-    // The lock is asked for before the record: a runner writes first and lets go then.
-    const bool running = RunLock::is_held(id);
-    Run run = load_run(id);
+    const Run run = look_at(id);
     if (run.ended) {
       return run;
     }
-    if (!running) {
-      throw StoreFailure(StoreError::kNoSuchRun,
-                         "The runner of run " + std::to_string(id) + " was interrupted.");
-    }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
+}
+
+// "0" or more; a dash for a run that was not started.
+std::string seconds_of(const Run& run) {
+  return run.started ? std::to_string(run.ended.value_or(Clock::now()) - *run.started) : "-";
 }
 
 }  // namespace
@@ -94,8 +111,7 @@ int show_history(std::optional<int> task_id, int limit, bool json) {
   for (const Run& run : latest_runs(task_id, limit)) {
     runs.append(run_json(run));
     rows.push_back({std::to_string(run.id), std::to_string(run.task_id), run.task_name, run.cause,
-                    local_time(run.started),
-                    std::to_string(run.ended.value_or(Clock::now()) - run.started), outcome(run)});
+                    run.started ? local_time(*run.started) : "-", seconds_of(run), outcome(run)});
   }
   if (json) {
     print_json(runs);
@@ -105,8 +121,28 @@ int show_history(std::optional<int> task_id, int limit, bool json) {
   return 0;
 }
 
-int show_output(std::int64_t run_id) {
-  std::cout << run_output(run_id);
+int show_output(std::int64_t run_id, bool follow) {
+  std::string output = run_output(run_id);
+  std::cout << output;
+  if (!follow) {
+    return 0;
+  }
+  std::size_t shown = output.size();
+  for (bool ended = false; !ended && std::cout.flush();) {
+    ended = look_at(run_id).ended.has_value();
+    output = run_output(run_id, shown);
+    std::cout << output;
+    shown += output.size();
+    if (!ended) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+  }
+  return 0;
+}
+
+int stop(std::int64_t run_id) {
+  stop_run(run_id);
+  std::cout << "Run " << run_id << (load_run(run_id).ended ? " was" : " is being") << " stopped.\n";
   return 0;
 }
 

@@ -1,63 +1,26 @@
-// Runs for real: the store starts the built runner, which runs the command.
+// Runs for real: the scheduler starts the built runner, which runs the command.
 
-#include <pwd.h>
 #include <signal.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <thread>
-
+#include "scheduler_fixture.h"
+#include "scheduler_process.h"
 #include "store/run_lock.h"
 #include "store/run_start.h"
-#include "store/run_store.h"
-#include "store_fixture.h"
 
 namespace {
 
-class RunTest : public StoreTest {
+class RunTest : public SchedulerTest {
  protected:
-  RunTest() {
-    const std::filesystem::path folder = root_.path() / "usr/kavo/lib";
-    std::filesystem::create_directories(folder);
-    std::filesystem::create_symlink(KAVO_RUNNER, folder / "kavo-runner");
-  }
-
   static int store_as(const std::string& owner, const std::string& command) {
-    const TaskPtr task = new_task();
-    Json::Value doc;
-    doc["basic"]["task_name"] = "a task";
-    doc["basic"]["owner"] = owner;
-    EXPECT_TRUE(KAVOSchedTaskConvertFromJson_Basic(doc, *task));
-    KAVOSchedCTaskSetCommand(task.get(), command.c_str());
-    EXPECT_EQ(KAVOSchedTaskSave(task.get()), 0);
-    return KAVOSchedTaskGetID(*task);
+    return store_task(command, "{}",
+                      [&](kavo::TaskRecord& task) { task.set(&kavo::Task::owner, owner); });
   }
 
-  static kavo::Run finished(std::int64_t id) {
-    for (int i = 0; i < 2000; ++i) {
-      const kavo::Run run = kavo::load_run(id);
-      if (run.ended) {
-        wait_for_release(id);
-        return run;
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    ADD_FAILURE() << "run " << id << " does not end";
-    return {};
+  static bool has_started(std::int64_t id) {
+    return eventually([&] { return kavo::load_run(id).started.has_value(); });
   }
 
-  // Waits for the runner of a run to be gone.
-  static void wait_for_release(std::int64_t id) {
-    for (int i = 0; i < 2000; ++i) {
-      if (!kavo::RunLock::is_held(id)) {
-        return;
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    ADD_FAILURE() << "the runner of run " << id << " does not go";
-  }
-
-  static std::string owner() { return getpwuid(geteuid())->pw_name; }
+  SchedulerProcess scheduler_{KAVO_SCHEDD};
 };
 
 TEST_F(RunTest, EndAndOutputAreRecorded) {
@@ -80,7 +43,7 @@ TEST_F(RunTest, EndAndOutputAreRecorded) {
     EXPECT_EQ(run.code, row.code);
     EXPECT_EQ(run.task_name, "a task");
     EXPECT_EQ(run.cause, "manual");
-    EXPECT_LE(run.started, *run.ended);
+    EXPECT_LE(*run.started, *run.ended);
     if (row.output != nullptr) {
       EXPECT_EQ(kavo::run_output(run.id), row.output);
     }
@@ -146,6 +109,7 @@ TEST_F(RunTest, ARunningTaskIsNotStartedAgainUnlessItsRunsMayOverlap) {
   const std::string gate = (root_.path() / "gate").string();
   const int id = store_as(owner(), "until [ -e " + gate + " ]; do sleep 0.02; done");
   const std::int64_t first = kavo::start_run(id);
+  ASSERT_TRUE(has_started(first));
   EXPECT_TRUE(kavo::RunLock::is_held(first));
   EXPECT_LT(KAVOSchedTaskRun(id, 0, 0), 0);
   EXPECT_EQ(last_error(), static_cast<int>(kavo::StoreError::kRunning));
@@ -161,24 +125,70 @@ TEST_F(RunTest, ARunningTaskIsNotStartedAgainUnlessItsRunsMayOverlap) {
   EXPECT_EQ(kavo::latest_runs({}, 1).at(0).id, second);
 }
 
-TEST_F(RunTest, ARunWhoseRunnerDiedDoesNotBlockTheTask) {
+TEST_F(RunTest, ARunWhoseRunnerDiedIsInterrupted) {
   const int id = store_as(owner(), "echo $PPID; kill -9 $PPID");
-  const std::int64_t first = kavo::start_run(id);
-  wait_for_release(first);
-  EXPECT_FALSE(kavo::load_run(first).ended);
-  const std::int64_t second = kavo::start_run(id);
-  EXPECT_EQ(kavo::load_run(first).result, "interrupted");
-  wait_for_release(second);
+  EXPECT_EQ(finished(kavo::start_run(id)).result, "interrupted");
+  EXPECT_EQ(finished(kavo::start_run(id)).result, "interrupted");  // it does not block the task
 }
 
-TEST_F(RunTest, ARunnerThatIsMissingIsARefusedRun) {
+TEST_F(RunTest, ARunnerThatIsMissingOrDoesNotStartIsARefusedRun) {
   std::filesystem::remove(root_.path() / "usr/kavo/lib/kavo-runner");
   const int id = store_as(owner(), "true");
+  const kavo::Run missing = finished(kavo::start_run(id));
+  EXPECT_EQ(missing.result, "refused");
+  EXPECT_THAT(missing.note, testing::HasSubstr("No such file"));
+
+  std::filesystem::create_symlink("/bin/false", root_.path() / "usr/kavo/lib/kavo-runner");
+  const kavo::Run broken = finished(kavo::start_run(id));
+  EXPECT_EQ(broken.result, "refused");
+  EXPECT_EQ(broken.started, std::nullopt);
+}
+
+TEST_F(RunTest, OutputCanBeFollowedWhileTheRunGoesOn) {
+  const int id = store_as(
+      owner(), "echo first; until [ -e " + file("gate") + " ]; do sleep 0.02; done; echo second");
+  const std::int64_t run = kavo::start_run(id);
+  EXPECT_TRUE(eventually([&] { return kavo::run_output(run) == "first\n"; }));
+  EXPECT_EQ(kavo::load_run(run).ended, std::nullopt);
+  root_.write("gate", "");
+  finished(run);
+  EXPECT_EQ(kavo::run_output(run), "first\nsecond\n");
+  EXPECT_EQ(kavo::run_output(run, 3), "st\nsecond\n");
+  EXPECT_EQ(kavo::run_output(run, 6), "second\n");
+  EXPECT_EQ(kavo::run_output(run, 13), "");
+}
+
+TEST_F(RunTest, AStoppedRunEndsWithAllThatItHasStarted) {
+  // A process that left the session and its parent, one that ignores TERM, and the shell itself.
+  const int id = store_as(owner(), "(setsid sh -c 'sleep 600 & echo $! > " + file("orphan") +
+                                       "' &); trap '' TERM; sleep 600 & echo $! > " + file("deaf") +
+                                       "; wait; sleep 600");
+  const std::int64_t run = kavo::start_run(id);
+  pid_t orphan = 0;
+  pid_t deaf = 0;
+  ASSERT_TRUE(eventually([&] {
+    return std::ifstream(file("orphan")) >> orphan && std::ifstream(file("deaf")) >> deaf;
+  }));
+  kavo::stop_run(run);
+  const kavo::Run stopped = finished(run);  // after the ten seconds of grace
+  EXPECT_EQ(stopped.result, "stopped");
+  EXPECT_GE(*stopped.ended - *stopped.started, 9);
+  EXPECT_NE(kill(orphan, 0), 0);
+  EXPECT_NE(kill(deaf, 0), 0);
+  try {
+    kavo::stop_run(run);
+    ADD_FAILURE() << "it was stopped twice";
+  } catch (const kavo::StoreFailure& failure) {
+    EXPECT_EQ(failure.code(), kavo::StoreError::kEnded);
+  }
+}
+
+TEST_F(RunTest, AManualStartNeedsAScheduler) {
+  const int id = store_as(owner(), "true");
+  scheduler_.end(SIGTERM);
   EXPECT_LT(KAVOSchedTaskRun(id, 0, 0), 0);
-  EXPECT_EQ(last_error(), static_cast<int>(kavo::StoreError::kNotStarted));
-  const kavo::Run run = kavo::latest_runs(id, 1).at(0);
-  EXPECT_EQ(run.result, "refused");
-  EXPECT_THAT(run.note, testing::HasSubstr("No such file"));
+  EXPECT_EQ(last_error(), static_cast<int>(kavo::StoreError::kNoScheduler));
+  EXPECT_TRUE(kavo::latest_runs(id, 1).empty());
 }
 
 }  // namespace

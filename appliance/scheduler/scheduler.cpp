@@ -1,0 +1,215 @@
+#include "scheduler/scheduler.h"
+
+#include <syslog.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "base/clock.h"
+#include "base/process_descriptor.h"
+#include "store/due_times.h"
+#include "store/run_claim.h"
+#include "store/settings.h"
+#include "store/state.h"
+
+namespace kavo {
+namespace {
+
+constexpr int kClaimedAtOnce = 100;
+constexpr int kRenewedAtOnce = 500;
+constexpr int kTrimmedAtOnce = 500;
+constexpr std::int64_t kDay = 86400;
+
+// Whether a runner may be startable a little later.
+bool is_shortage(const std::error_code& error) {
+  return error.value() == EAGAIN || error.value() == ENOMEM || error.value() == EMFILE ||
+         error.value() == ENFILE;
+}
+
+// Whether a run may go on beside those that are about to be started.
+bool fits_beside(const std::vector<WaitingRun>& chosen, const WaitingRun& run) {
+  return run.app.empty() || std::none_of(chosen.begin(), chosen.end(), [&](const WaitingRun& one) {
+           return one.app == run.app && (one.app_alone || run.app_alone);
+         });
+}
+
+}  // namespace
+
+Scheduler::Scheduler(RunStarter& starter, std::string zones)
+    : starter_(starter), zones_(std::move(zones)) {}
+
+void Scheduler::pass() {
+  retry_ = false;
+  look_back();
+  const std::int64_t now = Clock::now();
+  look_at_clock(now);
+  renew_next_runs(now);
+  adopt_started_runs();
+  bool claimed = true;
+  while (claimed) {
+    settle_ended_runs();
+    claimed = claim_due(now, kClaimedAtOnce) > 0;
+    start_waiting_runs();
+  }
+  trim_history(now);
+
+  next_pass_ = std::min(earliest_due().value_or(last_trim_ + kDay), last_trim_ + kDay);
+  if (retry_) {
+    next_pass_ = now + 1;
+  }
+}
+
+void Scheduler::clock_passed(std::int64_t moment) {
+  latest_ = std::max(latest_, moment);
+}
+
+void Scheduler::set_zones(std::string zones) {
+  zones_ = std::move(zones);
+  renew_ = true;
+}
+
+// What the scheduler before this one has left.
+void Scheduler::look_back() {
+  if (looked_back_) {
+    return;
+  }
+  latest_ = std::max(latest_, latest_time());
+  last_trim_ = last_trim();
+  renew_ = renew_ || known_zones() != zones_;
+  looked_back_ = true;
+}
+
+void Scheduler::look_at_clock(std::int64_t now) {
+  if (now < latest_ - kClockCorrection) {
+    syslog(LOG_NOTICE, "The clock was set back by %lld seconds: next runs are worked out anew",
+           static_cast<long long>(latest_ - now));
+    renew_ = true;
+    latest_ = now;
+    last_trim_ = std::min(last_trim_, now);
+  }
+  latest_ = std::max(latest_, now);
+}
+
+void Scheduler::renew_next_runs(std::int64_t now) {
+  if (!renew_) {
+    return;
+  }
+  std::optional<int> last = 0;
+  while (last) {
+    last = kavo::renew_next_runs(now, *last, kRenewedAtOnce);
+  }
+  // Written last: whoever is killed before leaves it to be done again.
+  save_known_zones(zones_);
+  save_latest_time(latest_);
+  renew_ = false;
+}
+
+void Scheduler::adopt_started_runs() {
+  if (!adopt_) {
+    return;
+  }
+  adopt_ = false;
+  for (const Run& run : started_runs()) {
+    if (running_.contains(run.id) || unsettled_.contains(run.id)) {
+      continue;
+    }
+    // The process is held first and the lock looked at then, see RunLock.
+    Descriptor runner = hold_process(run.runner);
+    if (RunLock::is_held(run.id)) {
+      watch(run.id, run.app, run.app_alone, std::move(runner));
+    } else {
+      unsettled_.insert(run.id);
+    }
+  }
+}
+
+void Scheduler::settle_ended_runs() {
+  for (const std::int64_t id : running_.take_ended()) {
+    unsettled_.insert(id);
+  }
+  while (!unsettled_.empty()) {
+    settle_run(*unsettled_.begin());
+    unsettled_.erase(unsettled_.begin());
+  }
+}
+
+void Scheduler::start_waiting_runs() {
+  const auto limit = static_cast<std::size_t>(setting("maxParallelRuns", 64, 1, 1000));
+  std::vector<WaitingRun> chosen;
+  std::set<std::string> closed_apps;  // a run of theirs has to wait, and the later ones behind it
+  for_each_waiting([&](const WaitingRun& run) {
+    if (running_.size() + chosen.size() >= limit) {
+      return false;
+    }
+    if (running_.contains(run.id)) {
+      return true;  // its runner has not marked it yet
+    }
+    if (!closed_apps.contains(run.app) && running_.lets_start(run.app, run.app_alone) &&
+        fits_beside(chosen, run)) {
+      chosen.push_back(run);
+    } else {
+      closed_apps.insert(run.app);
+    }
+    return true;
+  });
+  for (const WaitingRun& run : chosen) {
+    start(run);
+  }
+}
+
+void Scheduler::start(const WaitingRun& run) {
+  RunLock lock;
+  if (!lock.take(run.id)) {
+    // A runner that was started before this scheduler has it, and is about to mark it.
+    adopt_ = retry_ = true;
+    return;
+  }
+  Descriptor runner;
+  try {
+    runner = starter_.start(run.id, lock);
+  } catch (const std::system_error& error) {
+    not_started(run.id, error);
+    return;
+  }
+  watch(run.id, run.app, run.app_alone, std::move(runner));
+}
+
+void Scheduler::not_started(std::int64_t run_id, const std::system_error& error) {
+  const std::string why = std::string("The runner cannot be started: ") + error.what();
+  syslog(LOG_ERR, "Run %lld: %s", static_cast<long long>(run_id), why.c_str());
+  if (is_shortage(error.code())) {
+    retry_ = true;
+  } else {
+    end_run(run_id, {result::kRefused, {}, why, ""});
+  }
+}
+
+// Counts a run as running until its runner has ended. One that cannot be watched for now is adopted
+// later.
+void Scheduler::watch(std::int64_t run_id, const std::string& app, bool app_alone,
+                      Descriptor runner) {
+  try {
+    running_.add(run_id, app, app_alone, std::move(runner));
+  } catch (const std::system_error& error) {
+    syslog(LOG_WARNING, "Run %lld cannot be watched: %s", static_cast<long long>(run_id),
+           error.what());
+    adopt_ = retry_ = true;
+  }
+}
+
+void Scheduler::trim_history(std::int64_t now) {
+  if (now < last_trim_ + kDay) {
+    return;
+  }
+  if (trim_old_runs(now, kTrimmedAtOnce) == kTrimmedAtOnce) {
+    retry_ = true;
+    return;
+  }
+  last_trim_ = now;
+  save_last_trim(now);
+}
+
+}  // namespace kavo

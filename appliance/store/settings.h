@@ -1,0 +1,11 @@
+// Numbers of the appliance's configuration.
+#pragma once
+
+#include <string>
+
+namespace kavo {
+
+// The value of a key, or `fallback` when it is absent or no whole number from `least` to `most`.
+int setting(const std::string& key, int fallback, int least, int most);
+
+}  // namespace kavo
