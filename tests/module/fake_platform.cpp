@@ -5,7 +5,6 @@
 #include <kavopackage.h>
 #include <kavoshare.h>
 #include <kavozel.h>
-#include <malloc.h>
 #include <xlibc.h>
 
 #include <algorithm>
@@ -17,31 +16,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <stdexcept>
+#include <utility>
 
 FakePlatform platform;
-
-void FakePlatform::fail(const std::string& operation, int nth, ErrorState state) {
-  failures_[operation] = {nth, state};
-}
-
-bool FakePlatform::arrive(const std::string& operation) {
-  const auto failure = failures_.find(operation);
-  if (failure == failures_.end() || --failure->second.after != 0) return true;
-  error = failure->second.state;
-  return false;
-}
-
-bool FakePlatform::enter(const std::string& operation) {
-  calls.push_back(operation);
-  return arrive(operation);
-}
-
-bool FakePlatform::enter(const std::string& operation, const std::string& arguments) {
-  calls.push_back(operation + " " + arguments);
-  return arrive(operation);
-}
 
 FakeTask& FakePlatform::add(int id, const std::string& app, const std::string& app_args) {
   FakeTask& task = tasks[id];
@@ -62,117 +40,73 @@ namespace {
 std::array<uintptr_t, 1024> parser_places;
 size_t parser_count = 0;
 
-void add_parser(const void* place) {
-  if (parser_count == parser_places.size()) std::abort();
-  parser_places.at(parser_count++) = ~reinterpret_cast<uintptr_t>(place);
-}
-
-void release(void* block) {
-  if (block != nullptr && parser_count != 0) {
-    const auto begin = reinterpret_cast<uintptr_t>(block);
-    const size_t size = malloc_usable_size(block);
-    const auto last = parser_places.begin() + parser_count;
-    const auto kept = std::remove_if(parser_places.begin(), last,
-                                     [&](uintptr_t place) { return ~place - begin < size; });
-    parser_count = static_cast<size_t>(kept - parser_places.begin());
-  }
-  std::free(block);
-}
-
 }  // namespace
 
 int live_parsers() {
   return static_cast<int>(parser_count);
 }
 
-void* operator new(size_t size) {
-  if (void* block = std::malloc(size == 0 ? 1 : size)) return block;
-  throw std::bad_alloc();
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  return std::malloc(size);
-}
-void operator delete(void* block) noexcept {
-  release(block);
-}
-void operator delete(void* block, size_t) noexcept {
-  release(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept {
-  release(block);
+#pragma GCC diagnostic ignored "-Wsized-deallocation"
+void operator delete(void* block, size_t size) noexcept {
+  const auto begin = reinterpret_cast<uintptr_t>(block);
+  const auto last = parser_places.begin() + parser_count;
+  const auto kept = std::remove_if(parser_places.begin(), last,
+                                   [&](uintptr_t place) { return ~place - begin < size; });
+  parser_count = static_cast<size_t>(kept - parser_places.begin());
+  operator delete(block);
 }
 
 // --- System log ----------------------------------------------------------------------------------
-// Declared here, because the C library's header would make the fortified forms inline.
+// Declared here, because the C library's header would make the fortified form inline.
+
+#define LOG_INTO_PLATFORM(priority, format)                                       \
+  std::array<char, 16384> line{};                                                 \
+  va_list arguments;                                                              \
+  va_start(arguments, format);                                                    \
+  const int length = std::vsnprintf(line.data(), line.size(), format, arguments); \
+  va_end(arguments);                                                              \
+  EXPECT_TRUE(length >= 0 && static_cast<size_t>(length) < line.size());          \
+  platform.log.push_back((priority == kLogErr ? "" : std::to_string(priority) + ": ") + line.data())
+
+constexpr int kLogErr = 3;
+extern "C" void syslog(int priority, const char* format, ...);
+extern "C" void __syslog_chk(int priority, int flag, const char* format, ...);
+void syslog(int priority, const char* format, ...) {
+  LOG_INTO_PLATFORM(priority, format);
+}
+void __syslog_chk(int priority, int, const char* format, ...) {
+  LOG_INTO_PLATFORM(priority, format);
+}
+
+// --- Base library --------------------------------------------------------------------------------
 
 namespace {
 
-void log_line(int priority, const char* format, va_list arguments) {
-  std::array<char, 16384> line{};
-  const int length = std::vsnprintf(line.data(), line.size(), format, arguments);
-  ASSERT_TRUE(length >= 0 && static_cast<size_t>(length) < line.size());
-  constexpr int kLogErr = 3;
-  const std::string prefix = priority == kLogErr ? "" : std::to_string(priority) + ": ";
-  platform.log.push_back(prefix + line.data());
+// Puts a text into a buffer; `result`, or -1 when it does not fit.
+int fill(char* buffer, const std::string& text, size_t size, int result) {
+  if (text.size() >= size) return -1;
+  std::memcpy(buffer, text.c_str(), text.size() + 1);
+  return result;
 }
 
 }  // namespace
 
-extern "C" {
-
-void vsyslog(int priority, const char* format, va_list arguments);
-void syslog(int priority, const char* format, ...);
-void __vsyslog_chk(int priority, int flag, const char* format, va_list arguments);
-void __syslog_chk(int priority, int flag, const char* format, ...);
-
-void vsyslog(int priority, const char* format, va_list arguments) {
-  log_line(priority, format, arguments);
-}
-void __vsyslog_chk(int priority, int, const char* format, va_list arguments) {
-  log_line(priority, format, arguments);
-}
-void syslog(int priority, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  log_line(priority, format, arguments);
-  va_end(arguments);
-}
-void __syslog_chk(int priority, int, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  log_line(priority, format, arguments);
-  va_end(arguments);
-}
-
-}  // extern "C"
-
-// --- Base library --------------------------------------------------------------------------------
-
-void XLIBCErrSetEx(int code, const char* file, int line) {
-  platform.error = {code, file, line};
-}
-int XLIBCErrGet() {
-  return platform.error.code;
-}
-const char* XLIBCErrorGetFile() {
-  return platform.error.file;
-}
-int XLIBCErrorGetLine() {
-  return platform.error.line;
-}
+// clang-format off
+void XLIBCErrSetEx(int code, const char* file, int line) { platform.error = {code, file, line}; }
+int XLIBCErrGet() { return platform.error.code; }
+const char* XLIBCErrorGetFile() { return platform.error.file; }
+int XLIBCErrorGetLine() { return platform.error.line; }
+// clang-format on
 
 // A backslash before every byte but letters and digits: at most 2n + 1 bytes with the zero.
 int XLIBCEncShParam(const char* text, char* buffer, size_t size) {
+  const bool arrived = platform.enter("XLIBCEncShParam", text, size);
   std::string quoted;
-  for (const char* byte = text; *byte != '\0'; ++byte) {
-    if (std::isalnum(static_cast<unsigned char>(*byte)) == 0) quoted += '\\';
-    quoted += *byte;
+  for (; *text != '\0'; quoted += *text++) {
+    if (std::isalnum(static_cast<unsigned char>(*text)) == 0) quoted += '\\';
   }
-  const bool arrived = platform.enter("XLIBCEncShParam", text + (" " + std::to_string(size)));
   errno = arrived ? 0 : ENOSPC;
-  if (!arrived || quoted.size() >= size) return -1;
-  std::memcpy(buffer, quoted.c_str(), quoted.size() + 1);
-  return static_cast<int>(quoted.size());
+  return arrived ? fill(buffer, quoted, size, static_cast<int>(quoted.size())) : -1;
 }
 
 int XLIBCStrReplace(char* buffer, const char* from, const char* to, int ignore_case, size_t size) {
@@ -180,101 +114,66 @@ int XLIBCStrReplace(char* buffer, const char* from, const char* to, int ignore_c
   if (!platform.enter("XLIBCStrReplace", from)) return -1;
   std::string text = buffer;
   int count = 0;
-  for (size_t at = text.find(from); at != std::string::npos;
-       at = text.find(from, at + std::strlen(to))) {
+  for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += std::strlen(to)) {
     text.replace(at, std::strlen(from), to);
     ++count;
   }
-  if (text.size() >= size) return -1;
-  std::memcpy(buffer, text.c_str(), text.size() + 1);
-  return count;
+  return fill(buffer, text, size, count);
 }
 
-struct XLIBCSzHash {
-  std::map<std::string, std::string> values;
-};
+struct XLIBCSzHash : std::map<std::string, std::string> {};
+struct XLIBCSzList : Lines {};
 
-XLIBCSzHash* XLIBCSzHashAlloc(int size) {
-  if (!platform.enter("XLIBCSzHashAlloc", std::to_string(size))) return nullptr;
-  ++platform.hashes;
-  return new XLIBCSzHash;
+namespace {
+
+// Hands out a container and takes it back, and counts those that are out.
+template <typename Container>
+Container* hand_out(const char* operation, int size, int& out) {
+  if (!platform.enter(operation, size)) return nullptr;
+  ++out;
+  return new Container;
+}
+template <typename Container>
+void take_back(Container* container, int& out) {
+  if (container != nullptr) --out;
+  delete container;
 }
 
-int XLIBCSzHashSetValue(XLIBCSzHash** hash, const char* key, const char* value) {
-  (*hash)->values[key] = value;
-  return 0;
-}
+}  // namespace
 
+// clang-format off
+XLIBCSzHash* XLIBCSzHashAlloc(int size) { return hand_out<XLIBCSzHash>("XLIBCSzHashAlloc", size, platform.hashes); }
+XLIBCSzList* XLIBCSzListAlloc(int size) { return hand_out<XLIBCSzList>("XLIBCSzListAlloc", size, platform.string_lists); }
+void XLIBCSzHashFree(XLIBCSzHash* hash) { take_back(hash, platform.hashes); }
+void XLIBCSzListFree(XLIBCSzList* list) { take_back(list, platform.string_lists); }
+int XLIBCSzListPush(XLIBCSzList** list, const char* text) { return (*list)->emplace_back(text), XLIBCSzListCount(*list); }
+int XLIBCSzListCount(const XLIBCSzList* list) { return static_cast<int>(list->size()); }
+const char* XLIBCSzListGet(const XLIBCSzList* list, int index) { return list->at(static_cast<size_t>(index)).c_str(); }
+int XLIBCSzHashSetValue(XLIBCSzHash** hash, const char* key, const char* value) { return (**hash)[key] = value, 0; }
 const char* XLIBCSzHashGetValue(const XLIBCSzHash* hash, const char* key) {
-  const auto found = hash->values.find(key);
-  return found == hash->values.end() ? nullptr : found->second.c_str();
+  return hash->contains(key) ? hash->at(key).c_str() : nullptr;
 }
-
-void XLIBCSzHashFree(XLIBCSzHash* hash) {
-  if (hash != nullptr) --platform.hashes;
-  delete hash;
-}
-
-struct XLIBCSzList {
-  Lines texts;
-};
-
-XLIBCSzList* XLIBCSzListAlloc(int capacity) {
-  if (!platform.enter("XLIBCSzListAlloc", std::to_string(capacity))) return nullptr;
-  ++platform.string_lists;
-  return new XLIBCSzList;
-}
-
-int XLIBCSzListPush(XLIBCSzList** list, const char* text) {
-  (*list)->texts.emplace_back(text);
-  return XLIBCSzListCount(*list);
-}
-
-int XLIBCSzListCount(const XLIBCSzList* list) {
-  return list == nullptr ? 0 : static_cast<int>(list->texts.size());
-}
-
-const char* XLIBCSzListGet(const XLIBCSzList* list, int index) {
-  if (index < 0 || index >= XLIBCSzListCount(list)) return nullptr;
-  return list->texts[static_cast<size_t>(index)].c_str();
-}
-
-void XLIBCSzListFree(XLIBCSzList* list) {
-  if (list != nullptr) --platform.string_lists;
-  delete list;
-}
+// clang-format on
 
 // --- Configuration, strings, packages, shares ----------------------------------------------------
 
 std::string KavoConf::Def(const std::string& key, const std::string& fallback) {
-  platform.enter("KavoConf::Def", key + " " + fallback);
-  const auto found = platform.configuration.find(key);
-  return found == platform.configuration.end() ? fallback : found->second;
+  platform.enter("KavoConf::Def", key, fallback);
+  return platform.configuration.contains(key) ? platform.configuration[key] : fallback;
 }
 
-KAVO::ZEL::JSConfigParser::JSConfigParser(const std::string& language)
-    : language_(language), texts_(Json::objectValue) {
-  add_parser(this);
+KAVO::ZEL::JSConfigParser::JSConfigParser(const std::string& language) : language_(language) {
+  parser_places.at(parser_count++) = ~reinterpret_cast<uintptr_t>(this);
 }
-
-bool KAVO::ZEL::JSConfigParser::Parse() {
-  texts_ = platform.app_locations;
-  return true;
-}
-
-Json::Value KAVO::ZEL::JSConfigParser::GetTexts() const {
-  return texts_;
-}
-
+// clang-format off
+bool KAVO::ZEL::JSConfigParser::Parse() { return texts_ = platform.app_locations, true; }
+Json::Value KAVO::ZEL::JSConfigParser::GetTexts() const { return texts_; }
+bool KAVOPackageTool::PackageManager::init() { return platform.enter("PackageManager::init"); }
+// clang-format on
 Json::Value KAVO::ZEL::LocalizedStringParser::ParseTexts(const std::string& path) const {
   platform.parsed_paths.push_back(path);
   if (path.ends_with("throws")) throw std::runtime_error("strings cannot be parsed");
-  const auto found = platform.strings.find(path);
-  return found == platform.strings.end() ? Json::Value() : found->second;
-}
-
-bool KAVOPackageTool::PackageManager::init() {
-  return platform.enter("PackageManager::init");
+  return platform.strings.contains(path) ? platform.strings[path] : Json::Value();
 }
 
 std::list<std::string> KAVOPackageTool::PackageManager::enumPackages(const void* filter) const {
@@ -283,52 +182,36 @@ std::list<std::string> KAVOPackageTool::PackageManager::enumPackages(const void*
   for (const FakePackage& package : platform.packages) names.push_back(package.name);
   return names;
 }
-
 bool KAVOPackageTool::PackageManager::getPackageInfo(const std::string& name, PackageInfo& info,
                                                      const void* locale) const {
   EXPECT_EQ(locale, nullptr);
   const auto found = std::find_if(platform.packages.begin(), platform.packages.end(),
                                   [&](const FakePackage& p) { return p.name == name; });
   if (found == platform.packages.end() || !found->has_info) return false;
-  info.display_name = found->display_name;
-  info.can_be_started = found->can_be_started;
+  info = {found->display_name, found->can_be_started};
   return true;
 }
 
 int KAVOShareEnum(XLIBCSzList** list, unsigned int flags) {
-  if (!platform.enter("KAVOShareEnum", std::to_string(flags))) return -1;
+  if (!platform.enter("KAVOShareEnum", flags)) return -1;
   for (const std::string& share : platform.shares) XLIBCSzListPush(list, share.c_str());
   return static_cast<int>(platform.shares.size());
 }
-
 int KAVORecycleStatusSet(const char* name, int status) {
-  return platform.enter("KAVORecycleStatusSet", name + (" " + std::to_string(status))) ? 0 : -1;
+  return platform.enter("KAVORecycleStatusSet", name, status) ? 0 : -1;
 }
 
 // --- Task store ----------------------------------------------------------------------------------
 
-struct _tag_kavo_sched_task_ {
-  FakeTask task;
+struct _tag_kavo_sched_task_ : FakeTask {
   _tag_kavo_sched_task_* next = nullptr;
 };
 
 namespace {
 
-constexpr ErrorState kNotStored{0x0404, "store.c", 9};
-
 int not_stored() {
-  platform.error = kNotStored;
+  platform.error = {0x0404, "store.c", 9};
   return -1;
-}
-
-int set_text(const char* what, std::string& field, const char* value) {
-  if (!platform.enter(what, value == nullptr ? "(null)" : value) || value == nullptr) return -1;
-  field = value;
-  return 0;
-}
-
-int set_flag(const char* what, int value) {
-  return platform.enter(what, std::to_string(value)) ? 0 : -1;
 }
 
 }  // namespace
@@ -338,41 +221,32 @@ _tag_kavo_sched_task_* KAVOSchedTaskAlloc() {
   ++platform.records;
   return new _tag_kavo_sched_task_;
 }
-
 void KAVOSchedTaskFree(_tag_kavo_sched_task_* task) {
-  if (task != nullptr) --platform.records;
-  delete task;
+  take_back(task, platform.records);
 }
-
 int KAVOSchedTaskLoad(int id, _tag_kavo_sched_task_* task) {
-  if (!platform.enter("KAVOSchedTaskLoad", std::to_string(id))) return -1;
-  const auto stored = platform.tasks.find(id);
-  if (stored == platform.tasks.end() && id != -1) return not_stored();
-  task->task = stored == platform.tasks.end() ? FakeTask() : stored->second;
+  if (!platform.enter("KAVOSchedTaskLoad", id)) return -1;
+  if (id != -1 && !platform.tasks.contains(id)) return not_stored();
+  static_cast<FakeTask&>(*task) = id == -1 ? FakeTask() : platform.tasks[id];
   return 0;
 }
-
 int KAVOSchedTaskSave(_tag_kavo_sched_task_* task) {
-  FakeTask& record = task->task;
-  if (!platform.enter("KAVOSchedTaskSave", std::to_string(record.id))) return -1;
-  if (record.id == -1) {
-    record.id = platform.tasks.empty() ? 1 : platform.tasks.rbegin()->first + 1;
-  } else if (!platform.tasks.contains(record.id)) {
+  if (!platform.enter("KAVOSchedTaskSave", task->id)) return -1;
+  if (task->id == -1) {
+    task->id = platform.tasks.empty() ? 1 : platform.tasks.rbegin()->first + 1;
+  } else if (!platform.tasks.contains(task->id)) {
     return not_stored();
   }
-  platform.tasks[record.id] = record;
+  platform.tasks[task->id] = *task;
   return 0;
 }
-
 int KAVOSchedTaskRun(int id, int reserved1, int reserved2) {
-  EXPECT_EQ(reserved1, 0);
-  EXPECT_EQ(reserved2, 0);
-  if (!platform.enter("KAVOSchedTaskRun", std::to_string(id))) return -1;
+  EXPECT_TRUE(reserved1 == 0 && reserved2 == 0);
+  if (!platform.enter("KAVOSchedTaskRun", id)) return -1;
   return platform.tasks.contains(id) ? 0 : not_stored();
 }
-
 int KAVOSchedTaskRemove(int id) {
-  if (!platform.enter("KAVOSchedTaskRemove", std::to_string(id))) return -1;
+  if (!platform.enter("KAVOSchedTaskRemove", id)) return -1;
   return platform.tasks.erase(id) == 1 ? 0 : not_stored();
 }
 
@@ -381,52 +255,36 @@ int KAVOSchedTaskListGet(_tag_kavo_sched_task_** head,
   EXPECT_EQ(*head, nullptr);
   if (!platform.enter("KAVOSchedTaskListGet")) return -1;
   int count = 0;
-  _tag_kavo_sched_task_** end = head;
   for (const auto& [id, task] : platform.tasks) {
     const _tag_kavo_sched_task_ candidate{task};
     if (!filter(&candidate)) continue;
-    *end = new _tag_kavo_sched_task_{task};
-    end = &(*end)->next;
+    head = &(*head = new _tag_kavo_sched_task_{task})->next;
     ++platform.records;
     ++count;
   }
   return count;
 }
-
 // Orders by id, whatever the key, so that a descending list has another head.
 int KAVOSchedTaskListSort(_tag_kavo_sched_task_** head, const char* key, int ascending) {
-  const std::string arguments = key + (" " + std::to_string(ascending));
-  if (!platform.enter("KAVOSchedTaskListSort", arguments)) return -1;
+  if (!platform.enter("KAVOSchedTaskListSort", key, ascending)) return -1;
   if (ascending != 0) return 0;
-  _tag_kavo_sched_task_* reversed = nullptr;
-  while (*head != nullptr) {
-    _tag_kavo_sched_task_* task = *head;
-    *head = task->next;
-    task->next = reversed;
-    reversed = task;
+  for (auto* task = std::exchange(*head, nullptr); task != nullptr;) {
+    std::swap(task->next, *head);
+    std::swap(task, *head);
   }
-  *head = reversed;
   return 0;
 }
-
 _tag_kavo_sched_task_* KAVOSchedTaskNext(const _tag_kavo_sched_task_* task) {
   return task->next;
 }
-
 void KAVOSchedTaskListFree(_tag_kavo_sched_task_** head) {
   EXPECT_NE(*head, nullptr);
-  while (*head != nullptr) {
-    _tag_kavo_sched_task_* task = *head;
-    *head = task->next;
-    KAVOSchedTaskFree(task);
-  }
+  while (*head != nullptr) KAVOSchedTaskFree(std::exchange(*head, (*head)->next));
 }
 
-bool KAVOSchedTaskConvertToJson_Basic(const _tag_kavo_sched_task_& record, Json::Value& doc) {
+bool KAVOSchedTaskConvertToJson_Basic(const _tag_kavo_sched_task_& task, Json::Value& doc) {
   if (!platform.enter("KAVOSchedTaskConvertToJson_Basic")) return false;
-  const FakeTask& task = record.task;
-  Json::Value& basic = doc["basic"];
-  basic = task.basic;
+  Json::Value& basic = doc["basic"] = task.basic;
   if (!basic.isNull()) return true;
   basic["id"] = task.id;
   basic["task_name"] = task.name;
@@ -435,46 +293,34 @@ bool KAVOSchedTaskConvertToJson_Basic(const _tag_kavo_sched_task_& record, Json:
   basic["app"] = task.app;
   basic["action"] = task.action;
   basic["can_edit_name"] = true;
-  basic["more"] = "of the store's";
   return true;
 }
-
-bool KAVOSchedTaskConvertToJson_Schedule(const _tag_kavo_sched_task_& record, Json::Value& doc) {
-  if (!platform.enter("KAVOSchedTaskConvertToJson_Schedule")) return false;
-  doc["schedule"] = record.task.schedule;
-  return true;
+bool KAVOSchedTaskConvertToJson_Schedule(const _tag_kavo_sched_task_& task, Json::Value& doc) {
+  doc["schedule"] = task.schedule;
+  return platform.enter("KAVOSchedTaskConvertToJson_Schedule");
 }
-
-bool KAVOSchedTaskConvertFromJson_Basic(const Json::Value& doc, _tag_kavo_sched_task_& record) {
+bool KAVOSchedTaskConvertFromJson_Basic(const Json::Value& doc, _tag_kavo_sched_task_& task) {
   platform.basic_document = doc;
   if (!platform.enter("KAVOSchedTaskConvertFromJson_Basic")) return false;
   const Json::Value& basic = doc["basic"];
-  record.task.id = static_cast<int>(std::strtol(basic["id"].asCString(), nullptr, 10));
-  record.task.name = basic["task_name"].asString();
-  record.task.owner = basic["owner"].asString();
-  record.task.enabled = basic["enabled"] == "on";
+  task.id = std::stoi(basic["id"].asString());
+  task.name = basic["task_name"].asString();
+  task.owner = basic["owner"].asString();
+  task.enabled = basic["enabled"] == "on";
   return true;
 }
-
-bool KAVOSchedTaskConvertFromJson_Schedule(const Json::Value& doc, _tag_kavo_sched_task_& record) {
+bool KAVOSchedTaskConvertFromJson_Schedule(const Json::Value& doc, _tag_kavo_sched_task_& task) {
   platform.schedule_document = doc;
-  if (!platform.enter("KAVOSchedTaskConvertFromJson_Schedule")) return false;
-  record.task.schedule = doc["schedule"];
-  return true;
+  task.schedule = doc["schedule"];
+  return platform.enter("KAVOSchedTaskConvertFromJson_Schedule");
 }
 
-// What the getters and setters have in common. Flags are only recorded.
-#define GETTER(type, name, value)                  \
-  type name(const _tag_kavo_sched_task_& record) { \
-    return record.task.value;                      \
-  }
-#define TEXT_SETTER(name, field)                                               \
-  int KAVOSchedCTask##name(_tag_kavo_sched_task_* record, const char* value) { \
-    return set_text(#name, record->task.field, value);                         \
-  }
-#define FLAG_SETTER(name)                                       \
-  int KAVOSchedCTask##name(_tag_kavo_sched_task_*, int value) { \
-    return set_flag(#name, value);                              \
+// clang-format off
+#define GETTER(type, name, value) type name(const _tag_kavo_sched_task_& task) { return task.value; }
+#define SETTER(name, type, set) \
+  int KAVOSchedCTask##name(_tag_kavo_sched_task_* task, type value) { \
+    if (!platform.enter(#name, value)) return -1; \
+    return (void)task, (void)(set), 0; \
   }
 
 GETTER(int, KAVOSchedTaskGetID, id)
@@ -491,20 +337,18 @@ GETTER(bool, KAVOSchedTaskIsCanRunFromUI, can_run)
 GETTER(bool, KAVOSchedTaskIsCanEditFromUI, can_edit)
 GETTER(bool, KAVOSchedTaskIsCanDeleteFromUI, can_delete)
 
-TEXT_SETTER(SetApp, app)
-TEXT_SETTER(SetAppName, app_name)
-TEXT_SETTER(SetAppArgs, app_args)
-TEXT_SETTER(SetAction, action)
-TEXT_SETTER(SetCommand, command)
-TEXT_SETTER(SetEditForm, edit_form)
-FLAG_SETTER(SetSimpleEditForm)
-FLAG_SETTER(SetCanEditName)
-FLAG_SETTER(SetCanEditOwner)
-FLAG_SETTER(SetCanRunAppSameTime)
-FLAG_SETTER(SetCanRunTaskSameTime)
-FLAG_SETTER(SetListable)
-
-int KAVOSchedCTaskSetState(_tag_kavo_sched_task_* record, int enabled) {
-  record->task.enabled = enabled != 0;
-  return set_flag("SetState", enabled);
-}
+SETTER(SetApp, const char*, task->app = value)
+SETTER(SetAppName, const char*, task->app_name = value)
+SETTER(SetAppArgs, const char*, task->app_args = value)
+SETTER(SetAction, const char*, task->action = value)
+SETTER(SetCommand, const char*, task->command = value)
+SETTER(SetState, int, task->enabled = value != 0)
+// Of these it is only recorded that they were set.
+SETTER(SetEditForm, const char*, 0)
+SETTER(SetSimpleEditForm, int, 0)
+SETTER(SetCanEditName, int, 0)
+SETTER(SetCanEditOwner, int, 0)
+SETTER(SetCanRunAppSameTime, int, 0)
+SETTER(SetCanRunTaskSameTime, int, 0)
+SETTER(SetListable, int, 0)
+// clang-format on

@@ -7,6 +7,7 @@
 #include <kavosched.h>
 
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,35 +20,23 @@ struct ErrorState {
 };
 
 // The error state that a failing call leaves unless it is told otherwise, and how a log line ends
-// that shows it.
+// that shows it; and what an id that is not stored leaves.
 constexpr ErrorState kFailure{0x0A0B, "file.c", 77};
 constexpr const char* kCause = " [0x0A0B file.c:77]";
+constexpr const char* kNotStoredCause = " [0x0404 store.c:9]";
 
 struct FakeTask {
   int id = -1;
-  std::string name;
-  std::string owner = "root";
-  std::string app;
-  std::string app_name;
-  std::string app_args;
-  std::string action;
-  std::string command;
-  std::string edit_form;
+  std::string name, app, app_name, app_args, action, command, owner = "root";
   std::string next_trigger_time = "N/A";
-  bool enabled = true;
-  bool listable = true;
-  bool can_run = true;
-  bool can_edit = true;
-  bool can_delete = true;
+  bool enabled = true, listable = true, can_run = true, can_edit = true, can_delete = true;
   Json::Value basic;  // answered as the basic section unless it is null
   Json::Value schedule{Json::objectValue};
 };
 
 struct FakePackage {
-  std::string name;
-  std::string display_name;
-  bool can_be_started = true;
-  bool has_info = true;
+  std::string name, display_name;
+  bool can_be_started = true, has_info = true;
 };
 
 struct FakePlatform {
@@ -63,31 +52,33 @@ struct FakePlatform {
   // --- What was asked of it, in order: the operation and its arguments. Setters are called by
   // what they set ("SetApp x"). Getters and releases are not recorded.
   Lines calls;
-  Lines parsed_paths;          // of strings, recorded apart
-  Json::Value basic_document;  // what the two converters into a record were given last
-  Json::Value schedule_document;
+  Lines parsed_paths;                             // of strings, recorded apart
+  Json::Value basic_document, schedule_document;  // the last ones to be converted into a record
   Lines log;  // lines at another priority than LOG_ERR start with it
 
   // --- What it has handed out and not got back
-  int records = 0;
-  int hashes = 0;
-  int string_lists = 0;
+  int records = 0, hashes = 0, string_lists = 0;
 
   // Makes the `nth` call of `operation` from now on fail.
-  void fail(const std::string& operation, int nth = 1, ErrorState state = kFailure);
+  void fail(const std::string& operation, int nth = 1, ErrorState state = kFailure) {
+    failures_[operation] = {nth, state};
+  }
   // Records a call. False when it is to fail; the error state is then set.
-  bool enter(const std::string& operation);
-  bool enter(const std::string& operation, const std::string& arguments);
+  template <typename... Arguments>
+  bool enter(const std::string& operation, const Arguments&... arguments) {
+    std::ostringstream call(operation, std::ios::ate);
+    ((call << ' ' << arguments), ...);
+    calls.push_back(call.str());
+    const auto failure = failures_.find(operation);
+    if (failure == failures_.end() || --failure->second.first != 0) return true;
+    error = failure->second.second;
+    return false;
+  }
 
   FakeTask& add(int id, const std::string& app = "", const std::string& app_args = "");
 
  private:
-  struct Failure {
-    int after = 0;
-    ErrorState state;
-  };
-  bool arrive(const std::string& operation);
-  std::map<std::string, Failure> failures_;
+  std::map<std::string, std::pair<int, ErrorState>> failures_;
 };
 
 extern FakePlatform platform;

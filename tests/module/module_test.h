@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <json/json.h>
 
+#include <algorithm>
+#include <charconv>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -21,12 +23,13 @@ constexpr const char* kService = "KAVO.ZEL.TaskScheduler.Service";
 constexpr const char* kRecycle = "KAVO.ZEL.TaskScheduler.Recycle";
 constexpr const char* kDesktopStrings = "/usr/kavo/kavoman/webman/texts/en-US";
 
-inline Json::Value operator""_json(const char* text, size_t length) {
+inline Json::Value json(const std::string& text) {
   Json::Value value;
-  std::string errors;
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  EXPECT_TRUE(reader->parse(text, text + length, &value, &errors)) << errors << text;
+  EXPECT_TRUE(Json::Reader().parse(text, value)) << text;
   return value;
+}
+inline Json::Value operator""_json(const char* text, size_t length) {
+  return json({text, length});
 }
 
 // The compact text, for comparing: 5 is 5, whatever integer type the value has.
@@ -34,30 +37,27 @@ inline std::string compact(const Json::Value& value) {
   return Json::FastWriter().write(value);
 }
 
+// An object with some of its members set anew.
+inline Json::Value with(Json::Value object, const Json::Value& members) {
+  for (const std::string& name : members.getMemberNames()) object[name] = members[name];
+  return object;
+}
+
 struct Answer {
   bool success = false;
   int code = 0;
   Json::Value data;
 
-  bool operator==(const Answer& other) const {
-    return success == other.success && code == other.code && compact(data) == compact(other.data);
-  }
-  friend std::ostream& operator<<(std::ostream& out, const Answer& answer) {
-    return out << (answer.success ? "success " : "error " + std::to_string(answer.code) + " ")
-               << compact(answer.data);
-  }
+  std::string text() const { return (success ? "success " : std::to_string(code)) + compact(data); }
+  bool operator==(const Answer& other) const { return text() == other.text(); }
+  friend std::ostream& operator<<(std::ostream& out, const Answer& a) { return out << a.text(); }
 };
 
 inline Answer success(Json::Value data = {}) {
   return {true, 0, std::move(data)};
 }
-inline Answer bare_error(int code) {
-  return {false, code, {}};
-}
-inline Answer error(int code, const std::string& message) {
-  Json::Value data;
-  data["msg"] = message;
-  return {false, code, data};
+inline Answer error(int code, const std::string& message = "") {
+  return {false, code, message.empty() ? Json::Value() : json(R"({"msg": ")" + message + "\"}")};
 }
 
 class FakeRequest : public KAVO::APIRequest {
@@ -67,11 +67,30 @@ class FakeRequest : public KAVO::APIRequest {
 
   std::string GetUILanguage() const override { return language_; }
   KAVO::APIParameter<int> GetAndCheckInt(const std::string& name, PARAM_NECESSITY necessity,
-                                         bool (*validator)(int)) const override;
+                                         bool (*validator)(int)) const override {
+    using Parameter = KAVO::APIParameter<int>;
+    EXPECT_EQ(validator, nullptr);
+    if (!parameters_.isMember(name)) return Parameter::Absent(necessity == PARAM_REQUIRED);
+    const Json::Value& value = parameters_[name];
+    if (value.isInt()) return Parameter::Of(value.asInt());
+    const std::string text = value.isString() ? value.asString() : "";
+    int number = 0;
+    const auto [stop, fault] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool whole = fault == std::errc() && stop == text.data() + text.size();
+    return whole ? Parameter::Of(number) : Parameter::Unreadable();
+  }
   KAVO::APIParameter<std::string> GetAndCheckString(
       const std::string& name, PARAM_NECESSITY necessity,
-      bool (*validator)(const std::string&)) const override;
-  Json::Value GetParam(const std::string& name, const Json::Value& fallback) const override;
+      bool (*validator)(const std::string&)) const override {
+    using Parameter = KAVO::APIParameter<std::string>;
+    EXPECT_EQ(validator, nullptr);
+    if (!parameters_.isMember(name)) return Parameter::Absent(necessity == PARAM_REQUIRED);
+    const Json::Value& value = parameters_[name];
+    return value.isString() ? Parameter::Of(value.asString()) : Parameter::Unreadable();
+  }
+  Json::Value GetParam(const std::string& name, const Json::Value& fallback) const override {
+    return name.empty() ? parameters_ : parameters_.get(name, fallback);
+  }
 
  private:
   Json::Value parameters_;
@@ -80,32 +99,49 @@ class FakeRequest : public KAVO::APIRequest {
 
 class FakeResponse : public KAVO::APIResponse {
  public:
-  void SetSuccess(const Json::Value& data) override { answers.push_back(success(data)); }
+  void SetSuccess(const Json::Value& data) override { answers.push_back({true, 0, data}); }
   void SetError(int code, const Json::Value& data) override {
     answers.push_back({false, code, data});
   }
   // The one answer; anything else fails the test.
-  Answer only() const;
+  Answer only() const {
+    EXPECT_EQ(answers.size(), 1U);
+    return answers.empty() ? Answer() : answers.front();
+  }
 
   std::vector<Answer> answers;
 };
 
+// Fails on a record, a list or a hash that is still held, and on a log line that was not taken.
 class ModuleTest : public ::testing::Test {
  protected:
   ModuleTest() { platform = FakePlatform(); }
-  void TearDown() override { expect_nothing_left(); }
+  void TearDown() override {
+    EXPECT_TRUE(platform.records == 0 && platform.hashes == 0 && platform.string_lists == 0);
+    EXPECT_EQ(take_log(), Lines());
+  }
 
   // Sends a request through the method table, which must answer it once.
   static Answer call(const std::string& method, int version, const Json::Value& parameters,
-                     const std::string& language = "en-US");
+                     const std::string& language = "en-US") {
+    const KAVO::APIMethod* row = GetAPITable();
+    while (row->api != nullptr && (method != row->method || version != row->version)) ++row;
+    FakeRequest request(parameters, language);
+    FakeResponse response;
+    row->handler(&request, &response);
+    return response.only();
+  }
 
-  // No record, list or hash is still held, and no log line was left unread.
-  static void expect_nothing_left();
   static Lines take_log() { return std::exchange(platform.log, {}); }
   static Lines take_calls() { return std::exchange(platform.calls, {}); }
-  // The recorded calls that set something, which are the app handlers' own work.
-  static Lines setters();
-  static bool saved();
+  // The recorded calls that start so. Those that set something are the app handlers' own work.
+  static Lines calls_of(const std::string& start) {
+    Lines found;
+    std::copy_if(platform.calls.begin(), platform.calls.end(), std::back_inserter(found),
+                 [&](const std::string& call) { return call.starts_with(start); });
+    return found;
+  }
+  static bool saved() { return !calls_of("KAVOSchedTaskSave").empty(); }
 };
 
 // A handler that stands outside an entry function, with what it borrows.
