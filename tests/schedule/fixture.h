@@ -1,22 +1,20 @@
 // What the tests of schedules share.
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <memory>
 #include <string>
 
+#include "base/strict_json.h"
 #include "schedule/schedule.h"
 #include "schedule/zone.h"
 
 namespace kavo {
 
 inline Json::Value json(const std::string& text) {
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  Json::Value value;
-  std::string errors;
-  EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &value, &errors)) << errors;
-  return value;
+  const std::optional<Json::Value> value = parse_strict_json(text);
+  EXPECT_TRUE(value) << text;
+  return value.value_or(Json::Value());
 }
 
 inline absl::TimeZone zone_named(const std::string& name) {
@@ -29,9 +27,9 @@ inline absl::TimeZone zone_named(const std::string& name) {
 inline const absl::CivilDay kToday(2024, 1, 15);
 
 // A section that can be used.
-inline Schedule schedule_of(const std::string& section) {
+inline Schedule schedule_of(const Json::Value& section) {
   std::string error;
-  const std::optional<Schedule> schedule = parse_schedule(json(section), kToday, error);
+  const std::optional<Schedule> schedule = parse_schedule(section, kToday, error);
   EXPECT_TRUE(schedule) << section << ": " << error;
   return schedule.value_or(Schedule());
 }
