@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include "packages/manifest.h"
 #include "tool_test.h"
 #include "tools/services.h"
@@ -13,37 +11,29 @@ const std::string kTool = KAVOSCHEDTOOL;
 class KavoSchedTool : public SystemdTest {
  protected:
   KavoSchedTool() {
-    root_.write("etc/kavo/services.conf", read(SERVICES_CONF));
+    root_.write("etc/kavo/services.conf", read(SERVICES_CONF) + "Empty=\"\"\nOdd=\"--all\"\n");
     root_.write("installed", "smbd.service\nnmbd.service\nnfs-server.service\nssh.service\n");
   }
 };
 
 TEST_F(KavoSchedTool, ShipsUnitsForEveryService) {
-  const auto services = kavo::read_services();
-  ASSERT_TRUE(services);
+  auto services = kavo::read_services().value();
   for (const char* key : {"Samba", "AFP", "BonjourPrinter", "NFS", "AutoBlock", "FTP", "FTPES",
                           "SFTP", "WebVane", "WebDAV", "SecureWebDAV", "NTP"}) {
-    ASSERT_TRUE(services->contains(key)) << key;
-    EXPECT_FALSE(services->at(key).empty()) << key;
-    for (const std::string& unit : services->at(key)) EXPECT_TRUE(kavo::is_unit_name(unit)) << key;
+    EXPECT_FALSE(services[key].empty()) << key;
+    for (const std::string& unit : services[key]) EXPECT_TRUE(kavo::is_unit_name(unit)) << key;
   }
-  EXPECT_EQ(services->size(), 12U);
+  EXPECT_EQ(services.size(), 12U + 2U);
 }
 
-TEST_F(KavoSchedTool, SwitchesTheUnitsOfServices) {
-  Finished done = run(kTool + " --start-service " + word("Samba") + " " + word("NFS") + ";\n");
-  EXPECT_EQ(done.code, 0) << done.err;
-  EXPECT_EQ(switched(), "start smbd.service\nstart nmbd.service\nstart nfs-server.service\n");
-  done = run(kTool + " --stop-service SFTP");
-  EXPECT_EQ(done.code, 0) << done.err;
-  EXPECT_EQ(switched(), "stop ssh.service\n");
-}
-
-TEST_F(KavoSchedTool, ReportsServicesItCannotSwitchAndDoesTheOthers) {
+TEST_F(KavoSchedTool, SwitchesTheUnitsOfServicesAndReportsThoseItCannot) {
+  EXPECT_EQ(run(kTool + " --start-service " + word("Samba") + " " + word("NFS") + ";\n").err, "");
+  EXPECT_EQ(run(kTool + " --stop-service SFTP").code, 0);
+  EXPECT_EQ(switched(),
+            "start smbd.service\nstart nmbd.service\nstart nfs-server.service\nstop ssh.service\n");
   root_.write("installed", "smbd.service\nnfs-server.service\nssh.service\n");
   root_.write("failing", "nfs-server.service\n");
-  root_.write("etc/kavo/services.conf", read(SERVICES_CONF) + "Empty=\"\"\nOdd=\"--all\"\n");
-  const Finished done = run(kTool + " --stop-service Samba Telnet 'FTP,SFTP' Empty Odd NFS SFTP");
+  Finished done = run(kTool + " --stop-service Samba Telnet 'FTP,SFTP' Empty Odd NFS SFTP");
   EXPECT_EQ(done.code, 1);
   EXPECT_EQ(switched(), "stop nfs-server.service\nstop ssh.service\n");
   for (const char* part : {"\"Samba\": unit nmbd.service is not installed", "\"Telnet\": it is not",
@@ -51,44 +41,35 @@ TEST_F(KavoSchedTool, ReportsServicesItCannotSwitchAndDoesTheOthers) {
                            "\"Odd\": \"--all\" is no unit name", "\"NFS\": systemctl stop"}) {
     EXPECT_THAT(done.err, HasSubstr(part));
   }
-}
-
-TEST_F(KavoSchedTool, SaysWhatIsMissing) {
-  std::filesystem::remove(root_.path() / "run/systemd/system");
-  Finished done = run(kTool + " --start-service Samba");
-  EXPECT_EQ(done.code, 1);
-  EXPECT_THAT(done.err, HasSubstr("systemd does not run"));
-  std::filesystem::remove(root_.path() / "etc/kavo/services.conf");
-  done = run(kTool + " --start-service Samba");
-  EXPECT_EQ(done.code, 1);
-  EXPECT_THAT(done.err, HasSubstr("services.conf"));
-  EXPECT_EQ(switched(), "");
+  for (const auto& [missing, says] : {std::pair("run/systemd/system", "systemd does not run"),
+                                      std::pair("etc/kavo/services.conf", "services.conf")}) {
+    std::filesystem::remove(root_.path() / missing);
+    done = run(kTool + " --start-service Samba");
+    EXPECT_EQ(done.code, 1);
+    EXPECT_THAT(done.err, HasSubstr(says));
+  }
 }
 
 TEST_F(KavoSchedTool, RefusesWrongUse) {
-  for (const char* arguments :
-       {"", "--beep", "--beep 0", "--beep 601", "--beep -5", "--beep 1s", "--beep ''", "--beep 1 2",
-        "--beep 18446744073709551617", "--start-service", "--start-service -x",
-        "--start-service Samba --now", "--start-service Samba -- NFS",
-        "--start-service Samba --stop-service NFS", "Samba --start-service NFS",
-        "--stop-service -h", "--stop-service NFS ++ -x", "--restart"}) {
+  // clang-format off
+  for (const char* arguments : {
+           "", "--beep", "--beep 0", "--beep 601", "--beep -5", "--beep 1s", "--beep ''", "--beep 1 2", "--restart",
+           "--beep 18446744073709551617", "--start-service", "--start-service -x", "--start-service Samba --now",
+           "--start-service Samba -- NFS", "--start-service Samba --stop-service NFS", "Samba --start-service NFS",
+           "--stop-service -h", "--stop-service NFS ++ -x"}) {
+    // clang-format on
     const Finished done = run(kTool + " " + arguments);
     EXPECT_EQ(done.code, 2) << arguments;
-    EXPECT_NE(done.err, "") << arguments;
-    EXPECT_EQ(done.out, "") << arguments;
+    EXPECT_TRUE(done.err != "" && done.out == "") << arguments;
   }
   EXPECT_EQ(switched(), "");
-  const Finished help = run(kTool + " --help");
-  EXPECT_EQ(help.code, 0);
-  EXPECT_THAT(help.out, HasSubstr("--stop-service"));
+  EXPECT_EQ(run(kTool + " --help").code, 0);
 }
 
 TEST_F(KavoSchedTool, RingsTheTerminalWithoutAConsoleBell) {
   EXPECT_EQ(run(kTool + " --beep 1").out, "\a");
   root_.write("dev/console", "not a console");
-  const Finished done = run(kTool + " --beep 1");
-  EXPECT_EQ(done.out, "\a");
-  EXPECT_EQ(done.code, 0);
+  EXPECT_EQ(run(kTool + " --beep 1").out, "\a");
   EXPECT_EQ(run(kTool + " --beep 1 >&-").code, 1);
 }
 

@@ -2,7 +2,8 @@
 // systemctl on the path.
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -15,8 +16,7 @@
 
 struct Finished {
   int code = -1;
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 class ToolTest : public testing::Test {
@@ -38,10 +38,8 @@ class ToolTest : public testing::Test {
   // `text` as one word of a command line, as tasks write names.
   static std::string word(const std::string& text) {
     std::string buffer(2 * text.size() + 2, '\0');
-    const int length = XLIBCEncShParam(text.c_str(), buffer.data(), buffer.size());
-    EXPECT_GT(length, 0);
-    buffer.resize(length > 0 ? static_cast<size_t>(length) : 0);
-    return buffer;
+    EXPECT_GT(XLIBCEncShParam(text.c_str(), buffer.data(), buffer.size()), 0);
+    return buffer.c_str();
   }
 
   const TemporaryRoot root_;
@@ -52,7 +50,6 @@ class ToolTest : public testing::Test {
 class SystemdTest : public ToolTest {
  protected:
   SystemdTest() {
-    if (const char* path = std::getenv("PATH")) path_ = path;
     std::filesystem::create_directories(root_.path() / "run/systemd/system");
     root_.write("stand-in/systemctl",
                 "#!/bin/sh\n"
@@ -61,8 +58,7 @@ class SystemdTest : public ToolTest {
                 "echo \"$1 $3\" >>\"$KAVO_ROOT/log\"\n"
                 "! grep -qxF \"$3\" \"$KAVO_ROOT/failing\"\n");
     root_.write("failing", "");
-    std::filesystem::permissions(root_.path() / "stand-in/systemctl",
-                                 std::filesystem::perms::owner_all);
+    EXPECT_EQ(chmod((root_.path() / "stand-in/systemctl").c_str(), 0700), 0);
     setenv("PATH", (root_.path().string() + "/stand-in:" + path_).c_str(), 1);
   }
   ~SystemdTest() override { setenv("PATH", path_.c_str(), 1); }
@@ -75,5 +71,5 @@ class SystemdTest : public ToolTest {
   }
 
  private:
-  std::string path_;
+  const std::string path_ = std::getenv("PATH");
 };
