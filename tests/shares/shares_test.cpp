@@ -1,12 +1,10 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include <kavoshare.h>
 #include "base/file.h"
@@ -15,8 +13,6 @@
 #include "temporary_folder.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 class Shares : public testing::Test {
  protected:
@@ -42,53 +38,38 @@ TEST_F(Shares, AreListedInByteOrder) {
   XLIBCSzList* list = XLIBCSzListAlloc(1);
   ASSERT_EQ(XLIBCSzListPush(&list, "kept"), 1);
   EXPECT_EQ(KAVOShareEnum(&list, 783), 3);
-  EXPECT_EQ(KAVOShareEnum(&list, 1), 3);
   EXPECT_EQ(KAVOShareEnum(&list, 0xF0), 0);
-  std::vector<std::string> names;
-  names.reserve(7);
-  for (int i = 0; i < XLIBCSzListCount(list); ++i) names.emplace_back(XLIBCSzListGet(list, i));
-  EXPECT_THAT(names, ElementsAre("kept", "Photo", "a \"b\"\n", "web", "Photo", "a \"b\"\n", "web"));
+  std::string names;
+  for (int i = 0; i < XLIBCSzListCount(list); ++i)
+    names += XLIBCSzListGet(list, i) + std::string("|");
+  EXPECT_EQ(names, "kept|Photo|a \"b\"\n|web|");
   EXPECT_EQ(kavo::read_shares()->at(0).path, "/volume2/deep/photo");
   EXPECT_EQ(bins(), "010");
-
   std::filesystem::remove(file());
   EXPECT_EQ(KAVOShareEnum(&list, 783), 0);
   XLIBCSzListFree(list);
 }
 
 TEST_F(Shares, RefuseABrokenFileAsAWhole) {
-  const std::string good = R"({"name": "good", "path": "/volume1/good"})";
-  const std::string faults[] = {
-      R"({"path": "/a"})",
-      R"({"name": "", "path": "/a"})",
-      R"({"name": "a/b", "path": "/a"})",
-      R"({"name": "-t", "path": "/a"})",
-      R"({"name": "..", "path": "/a"})",
-      R"({"name": "a\u0000b", "path": "/a"})",
-      R"({"name": "good", "path": "/a"})",
-      R"({"name": "a"})",
-      R"({"name": "a", "path": "volume1/a"})",
-      R"({"name": "a", "path": "/"})",
-      R"({"name": "a", "path": "/a/"})",
-      R"({"name": "a", "path": "/a//b"})",
-      R"({"name": "a", "path": "/a/../etc"})",
-      R"({"name": "a", "path": "/a/./b"})",
-      R"({"name": "a", "path": "/a", "recycle_bin": "yes"})",
-      "7",
-  };
-  XLIBCSzList* list = XLIBCSzListAlloc(1);
-  for (const std::string& fault : faults) {
-    configure(std::string("{\"shares\": [").append(good).append(", ").append(fault).append("]}"));
+  // clang-format off
+  for (const std::string fault : {
+           R"({"path": "/a"})", R"({"name": "", "path": "/a"})", R"({"name": "a/b", "path": "/a"})", R"({"name": "-t", "path": "/a"})",
+           R"({"name": "..", "path": "/a"})", R"({"name": "a\u0000b", "path": "/a"})", R"({"name": "good", "path": "/a"})",
+           R"({"name": "a"})", R"({"name": "a", "path": "volume1/a"})", R"({"name": "a", "path": "/"})",
+           R"({"name": "a", "path": "/a/"})", R"({"name": "a", "path": "/a//b"})", R"({"name": "a", "path": "/a/../etc"})",
+           R"({"name": "a", "path": "/a/./b"})", R"({"name": "a", "path": "/a", "recycle_bin": "yes"})", "7", "", "]} x"}) {
+    // clang-format on
+    configure(R"({"shares": [{"name": "good", "path": "/volume1/good"}, )" + fault + "]}");
     const std::string before = text();
     XLIBCErrSetEx(0, "", 0);
-    EXPECT_EQ(KAVOShareEnum(&list, 783), -1) << fault;
-    EXPECT_EQ(XLIBCErrGet(), kavo::kSharesBroken) << fault;
+    EXPECT_EQ(bins(), "unreadable") << fault;
     EXPECT_EQ(KAVORecycleStatusSet("good", 1), -1) << fault;
+    EXPECT_EQ(XLIBCErrGet(), kavo::kSharesBroken) << fault;
     EXPECT_EQ(text(), before);
   }
-  for (const char* document : {"", "[]", "{}", "{\"shares\": {}}", "{\"shares\": []} x"}) {
+  for (const char* document : {"", "[]", "{}", R"({"shares": {}})"}) {
     configure(document);
-    EXPECT_EQ(KAVOShareEnum(&list, 783), -1) << document;
+    EXPECT_EQ(bins(), "unreadable") << document;
   }
   std::filesystem::remove(file());
   std::filesystem::create_directory(file());
@@ -96,7 +77,6 @@ TEST_F(Shares, RefuseABrokenFileAsAWhole) {
   EXPECT_FALSE(kavo::read_shares(&why));
   EXPECT_EQ(XLIBCErrGet(), kavo::kSharesUnreadable);
   EXPECT_THAT(why, testing::HasSubstr("shares.json"));
-  XLIBCSzListFree(list);
 }
 
 TEST_F(Shares, SwitchOneBinAndKeepTheRest) {
@@ -115,19 +95,15 @@ TEST_F(Shares, SwitchOneBinAndKeepTheRest) {
   EXPECT_EQ(status.st_mode & 0777, 0640);
   EXPECT_FALSE(std::filesystem::exists(file().string() + ".new"));
 
-  // What changes nothing writes nothing.
+  // What changes nothing or cannot be done writes nothing.
   EXPECT_EQ(KAVORecycleStatusSet("b", 1), 0);
-  struct stat same = {};
-  ASSERT_EQ(stat(file().c_str(), &same), 0);
-  EXPECT_EQ(same.st_ino, status.st_ino);
-
-  const std::string before = text();
   EXPECT_EQ(KAVORecycleStatusSet("c", 1), -1);
   EXPECT_EQ(XLIBCErrGet(), kavo::kShareUnknown);
   EXPECT_EQ(KAVORecycleStatusSet("b", 2), -1);
-  EXPECT_EQ(KAVORecycleStatusSet(nullptr, 1), -1);
   EXPECT_EQ(XLIBCErrGet(), kavo::kShareInvalidArgument);
-  EXPECT_EQ(text(), before);
+  struct stat same = {};
+  ASSERT_EQ(stat(file().c_str(), &same), 0);
+  EXPECT_EQ(same.st_ino, status.st_ino);
 }
 
 // Flips the bin of `name` again and again; whether each change was still there afterwards.

@@ -217,7 +217,7 @@ TEST_F(KavoRecycle, CleansDeepFoldersWithFewDescriptorsAndASmallStack) {
       const kavo::Descriptor file(openat(folder.get(), "file", O_WRONLY | O_CREAT, 0644));
       ASSERT_EQ(write(file.get(), "x", 1), 1);
     }
-    const Finished done = run("ulimit -n 100 && ulimit -s 128 && " + kTool + " --clean" + policy);
+    const Finished done = run("ulimit -n 100 && ulimit -s 64 && " + kTool + " --clean" + policy);
     EXPECT_THAT(done.out, HasSubstr("removed 401 files and 400 folders")) << done.err;
     EXPECT_EQ(count("a"), 0U);
   }
