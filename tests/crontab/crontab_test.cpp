@@ -78,7 +78,7 @@ TEST(CrontabTest, TimesThatAScheduleExpresses) {
     SCOPED_TRACE(row.times);
     const TranslatedCrontab crontab = own_crontab(std::string(row.times) + " true\n");
     ASSERT_EQ(crontab.entries.size(), 1U) << crontab.left_out.at(0).reason;
-    EXPECT_EQ(crontab.entries[0].schedule, schedule_of(row.schedule))
+    EXPECT_EQ(crontab.entries[0].schedule, schedule_of(json(row.schedule)))
         << print_schedule(crontab.entries[0].schedule);
     EXPECT_TRUE(crontab.left_out.empty());
   }
