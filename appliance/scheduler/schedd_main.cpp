@@ -12,7 +12,7 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongUse = 2;
 
-int run(bool verbose) {
+int serve(bool verbose) {
   openlog("kavo-schedd", LOG_PID | (verbose ? LOG_PERROR : 0), LOG_CRON);
   try {
     kavo::RunnerStarter starter;
@@ -27,9 +27,7 @@ int run(bool verbose) {
   }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   bool verbose = false;
   CLI::App app("Runs the tasks of the store when they are due", "kavo-schedd");
   app.add_flag("--verbose", verbose, "Log to standard error, too");
@@ -38,5 +36,16 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : kWrongUse;
   }
-  return run(verbose);
+  return serve(verbose);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    (void)fprintf(stderr, "kavo-schedd: %s\n", error.what());
+    return kFailed;
+  }
 }

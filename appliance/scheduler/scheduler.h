@@ -17,7 +17,7 @@ namespace kavo {
 
 // A clock that was set back by more than this, in seconds, had been wrong: due times are worked out
 // anew. By less, nothing is repeated.
-inline constexpr std::int64_t kClockCorrection = 3 * 3600;
+inline constexpr std::int64_t kClockCorrection = std::int64_t{3} * 3600;
 
 // For one thread. Every operation that looks at the store throws StoreFailure when that cannot be
 // used for now; nothing is lost then, and pass() goes on where it was.

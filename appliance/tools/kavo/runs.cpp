@@ -67,7 +67,7 @@ Run look_at(std::int64_t id) {
 
 Run wait_for_end(std::int64_t id) {
   for (;;) {
-    const Run run = look_at(id);
+    Run run = look_at(id);
     if (run.ended) {
       return run;
     }
