@@ -38,6 +38,13 @@ class TemporaryFolder {
   std::filesystem::path path_;
 };
 
+// A shell command that waits until the file `path` is there, or its folder is gone: a test that
+// failed leaves nothing waiting.
+inline std::string wait_for_file(const std::filesystem::path& path) {
+  return "while [ ! -e " + path.string() + " ] && [ -d " + path.parent_path().string() +
+         " ]; do sleep 0.02; done";
+}
+
 // A temporary folder that is the root of the appliance's own paths while it lives.
 class TemporaryRoot : public TemporaryFolder {
  public:

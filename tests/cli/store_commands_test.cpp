@@ -79,8 +79,8 @@ TEST_F(CliTest, RunsAndTheirHistory) {
 
 TEST_F(CliTest, RunsThatGoOnAreFollowedAndStopped) {
   const std::string gate = (root_.path() / "gate").string();
-  const std::string id = std::to_string(create_script(
-      "gate", "echo first; until [ -e " + gate + " ]; do sleep 0.02; done; echo second"));
+  const std::string id =
+      std::to_string(create_script("gate", "echo first; " + wait_for_file(gate) + "; echo second"));
   EXPECT_EQ(kavo({"run", id}).out, "Run 1 of task 1 was started.\n");
   EXPECT_EQ(kavo({"run", id}).code, 1);
   for (int i = 0; i < 3000 && kavo({"output", "1"}).out.empty(); ++i) {

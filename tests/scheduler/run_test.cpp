@@ -107,7 +107,7 @@ TEST_F(RunTest, BackgroundProcessesDoNotHoldTheRun) {
 
 TEST_F(RunTest, ARunningTaskIsNotStartedAgainUnlessItsRunsMayOverlap) {
   const std::string gate = (root_.path() / "gate").string();
-  const int id = store_as(owner(), "until [ -e " + gate + " ]; do sleep 0.02; done");
+  const int id = store_as(owner(), wait_for_file(gate));
   const std::int64_t first = kavo::start_run(id);
   ASSERT_TRUE(has_started(first));
   EXPECT_TRUE(kavo::RunLock::is_held(first));
@@ -145,8 +145,7 @@ TEST_F(RunTest, ARunnerThatIsMissingOrDoesNotStartIsARefusedRun) {
 }
 
 TEST_F(RunTest, OutputCanBeFollowedWhileTheRunGoesOn) {
-  const int id = store_as(
-      owner(), "echo first; until [ -e " + file("gate") + " ]; do sleep 0.02; done; echo second");
+  const int id = store_as(owner(), "echo first; " + wait_for_file(file("gate")) + "; echo second");
   const std::int64_t run = kavo::start_run(id);
   EXPECT_TRUE(eventually([&] { return kavo::run_output(run) == "first\n"; }));
   EXPECT_EQ(kavo::load_run(run).ended, std::nullopt);
