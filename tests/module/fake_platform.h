@@ -19,11 +19,8 @@ struct ErrorState {
   int line = 0;
 };
 
-// The error state that a failing call leaves unless it is told otherwise, and how a log line ends
-// that shows it; and what an id that is not stored leaves.
+// The error state that a failing call leaves unless it is told otherwise.
 constexpr ErrorState kFailure{0x0A0B, "file.c", 77};
-constexpr const char* kCause = " [0x0A0B file.c:77]";
-constexpr const char* kNotStoredCause = " [0x0404 store.c:9]";
 
 struct FakeTask {
   int id = -1;

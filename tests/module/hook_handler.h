@@ -33,11 +33,3 @@ class HookHandler : public TaskSchedulerBasicHandler {
   Json::Value document;  // what a conversion was given last
   Json::Value section;   // what the reshaping for "set" was given
 };
-
-// A step that can fail, and what becomes of the request then. The arguments of a call that has some
-// follow its name.
-struct Step {
-  std::string operation, arguments, log;
-  int code;
-  std::string message;
-};

@@ -68,31 +68,34 @@ class FakeRequest : public KAVO::APIRequest {
   std::string GetUILanguage() const override { return language_; }
   KAVO::APIParameter<int> GetAndCheckInt(const std::string& name, PARAM_NECESSITY necessity,
                                          bool (*validator)(int)) const override {
-    using Parameter = KAVO::APIParameter<int>;
     EXPECT_EQ(validator, nullptr);
-    if (!parameters_.isMember(name)) return Parameter::Absent(necessity == PARAM_REQUIRED);
-    const Json::Value& value = parameters_[name];
-    if (value.isInt()) return Parameter::Of(value.asInt());
-    const std::string text = value.isString() ? value.asString() : "";
+    const Json::Value value = parameters_[name];
+    const std::string text = value.isString() || value.isInt() ? value.asString() : "";
     int number = 0;
     const auto [stop, fault] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool whole = fault == std::errc() && stop == text.data() + text.size();
-    return whole ? Parameter::Of(number) : Parameter::Unreadable();
+    return parameter(name, necessity, number, fault == std::errc() && *stop == '\0');
   }
   KAVO::APIParameter<std::string> GetAndCheckString(
       const std::string& name, PARAM_NECESSITY necessity,
       bool (*validator)(const std::string&)) const override {
-    using Parameter = KAVO::APIParameter<std::string>;
     EXPECT_EQ(validator, nullptr);
-    if (!parameters_.isMember(name)) return Parameter::Absent(necessity == PARAM_REQUIRED);
-    const Json::Value& value = parameters_[name];
-    return value.isString() ? Parameter::Of(value.asString()) : Parameter::Unreadable();
+    const Json::Value value = parameters_[name];
+    return parameter(name, necessity, value.isString() ? value.asString() : std::string(),
+                     value.isString());
   }
   Json::Value GetParam(const std::string& name, const Json::Value& fallback) const override {
     return name.empty() ? parameters_ : parameters_.get(name, fallback);
   }
 
  private:
+  template <typename T>
+  KAVO::APIParameter<T> parameter(const std::string& name, PARAM_NECESSITY necessity, T value,
+                                  bool readable) const {
+    using Parameter = KAVO::APIParameter<T>;
+    if (!parameters_.isMember(name)) return Parameter::Absent(necessity == PARAM_REQUIRED);
+    return readable ? Parameter::Of(value) : Parameter::Unreadable();
+  }
+
   Json::Value parameters_;
   std::string language_;
 };
@@ -116,7 +119,8 @@ class FakeResponse : public KAVO::APIResponse {
 class ModuleTest : public ::testing::Test {
  protected:
   ModuleTest() { platform = FakePlatform(); }
-  void TearDown() override {
+  void TearDown() override { expect_nothing_left(); }
+  static void expect_nothing_left() {
     EXPECT_TRUE(platform.records == 0 && platform.hashes == 0 && platform.string_lists == 0);
     EXPECT_EQ(take_log(), Lines());
   }
