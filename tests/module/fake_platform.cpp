@@ -59,24 +59,19 @@ void operator delete(void* block, size_t size) noexcept {
 // --- System log ----------------------------------------------------------------------------------
 // Declared here, because the C library's header would make the fortified form inline.
 
-#define LOG_INTO_PLATFORM(priority, format)                                       \
-  std::array<char, 16384> line{};                                                 \
-  va_list arguments;                                                              \
-  va_start(arguments, format);                                                    \
-  const int length = std::vsnprintf(line.data(), line.size(), format, arguments); \
-  va_end(arguments);                                                              \
-  EXPECT_TRUE(length >= 0 && static_cast<size_t>(length) < line.size());          \
-  platform.log.push_back((priority == kLogErr ? "" : std::to_string(priority) + ": ") + line.data())
-
 constexpr int kLogErr = 3;
-extern "C" void syslog(int priority, const char* format, ...);
-extern "C" void __syslog_chk(int priority, int flag, const char* format, ...);
-void syslog(int priority, const char* format, ...) {
-  LOG_INTO_PLATFORM(priority, format);
-}
-void __syslog_chk(int priority, int, const char* format, ...) {
-  LOG_INTO_PLATFORM(priority, format);
-}
+#define DEFINE_SYSLOG(head)                                                                      \
+  extern "C" head;                                                                               \
+  head {                                                                                         \
+    std::array<char, 16384> line{};                                                              \
+    va_list arguments;                                                                           \
+    va_start(arguments, format);                                                                 \
+    EXPECT_LT(std::vsnprintf(line.data(), line.size(), format, arguments), int{line.size()});    \
+    va_end(arguments);                                                                           \
+    platform.log.push_back((priority == kLogErr ? "" : std::to_string(priority)) + line.data()); \
+  }
+DEFINE_SYSLOG(void syslog(int priority, const char* format, ...))
+DEFINE_SYSLOG(void __syslog_chk(int priority, int, const char* format, ...))
 
 // --- Base library --------------------------------------------------------------------------------
 
@@ -126,24 +121,24 @@ struct XLIBCSzList : Lines {};
 
 namespace {
 
-// Hands out a container and takes it back, and counts those that are out.
-template <typename Container>
-Container* hand_out(const char* operation, int size, int& out) {
-  if (!platform.enter(operation, size)) return nullptr;
+// Hands out an object and takes it back, and counts those that are out.
+template <typename Object, typename... Arguments>
+Object* hand_out(int& out, const char* operation, Arguments... arguments) {
+  if (!platform.enter(operation, arguments...)) return nullptr;
   ++out;
-  return new Container;
+  return new Object;
 }
-template <typename Container>
-void take_back(Container* container, int& out) {
-  if (container != nullptr) --out;
-  delete container;
+template <typename Object>
+void take_back(Object* object, int& out) {
+  if (object != nullptr) --out;
+  delete object;
 }
 
 }  // namespace
 
 // clang-format off
-XLIBCSzHash* XLIBCSzHashAlloc(int size) { return hand_out<XLIBCSzHash>("XLIBCSzHashAlloc", size, platform.hashes); }
-XLIBCSzList* XLIBCSzListAlloc(int size) { return hand_out<XLIBCSzList>("XLIBCSzListAlloc", size, platform.string_lists); }
+XLIBCSzHash* XLIBCSzHashAlloc(int size) { return hand_out<XLIBCSzHash>(platform.hashes, "XLIBCSzHashAlloc", size); }
+XLIBCSzList* XLIBCSzListAlloc(int size) { return hand_out<XLIBCSzList>(platform.string_lists, "XLIBCSzListAlloc", size); }
 void XLIBCSzHashFree(XLIBCSzHash* hash) { take_back(hash, platform.hashes); }
 void XLIBCSzListFree(XLIBCSzList* list) { take_back(list, platform.string_lists); }
 int XLIBCSzListPush(XLIBCSzList** list, const char* text) { return (*list)->emplace_back(text), XLIBCSzListCount(*list); }
@@ -185,11 +180,12 @@ std::list<std::string> KAVOPackageTool::PackageManager::enumPackages(const void*
 bool KAVOPackageTool::PackageManager::getPackageInfo(const std::string& name, PackageInfo& info,
                                                      const void* locale) const {
   EXPECT_EQ(locale, nullptr);
-  const auto found = std::find_if(platform.packages.begin(), platform.packages.end(),
-                                  [&](const FakePackage& p) { return p.name == name; });
-  if (found == platform.packages.end() || !found->has_info) return false;
-  info = {found->display_name, found->can_be_started};
-  return true;
+  for (const FakePackage& package : platform.packages) {
+    if (package.name != name || !package.has_info) continue;
+    info = {package.display_name, package.can_be_started};
+    return true;
+  }
+  return false;
 }
 
 int KAVOShareEnum(XLIBCSzList** list, unsigned int flags) {
@@ -209,45 +205,39 @@ struct _tag_kavo_sched_task_ : FakeTask {
 
 namespace {
 
-int not_stored() {
-  platform.error = {0x0404, "store.c", 9};
-  return -1;
+// Whether a call with an id arrives and the id is one that it can have.
+bool found(const char* operation, int id) {
+  if (!platform.enter(operation, id)) return false;
+  const bool stored = id == -1 || platform.tasks.contains(id);
+  if (!stored) platform.error = {0x0404, "store.c", 9};
+  return stored;
 }
 
 }  // namespace
 
 _tag_kavo_sched_task_* KAVOSchedTaskAlloc() {
-  if (!platform.enter("KAVOSchedTaskAlloc")) return nullptr;
-  ++platform.records;
-  return new _tag_kavo_sched_task_;
+  return hand_out<_tag_kavo_sched_task_>(platform.records, "KAVOSchedTaskAlloc");
 }
 void KAVOSchedTaskFree(_tag_kavo_sched_task_* task) {
   take_back(task, platform.records);
 }
 int KAVOSchedTaskLoad(int id, _tag_kavo_sched_task_* task) {
-  if (!platform.enter("KAVOSchedTaskLoad", id)) return -1;
-  if (id != -1 && !platform.tasks.contains(id)) return not_stored();
+  if (!found("KAVOSchedTaskLoad", id)) return -1;
   static_cast<FakeTask&>(*task) = id == -1 ? FakeTask() : platform.tasks[id];
   return 0;
 }
 int KAVOSchedTaskSave(_tag_kavo_sched_task_* task) {
-  if (!platform.enter("KAVOSchedTaskSave", task->id)) return -1;
-  if (task->id == -1) {
-    task->id = platform.tasks.empty() ? 1 : platform.tasks.rbegin()->first + 1;
-  } else if (!platform.tasks.contains(task->id)) {
-    return not_stored();
-  }
+  if (!found("KAVOSchedTaskSave", task->id)) return -1;
+  if (task->id == -1) task->id = platform.tasks.empty() ? 1 : platform.tasks.rbegin()->first + 1;
   platform.tasks[task->id] = *task;
   return 0;
 }
 int KAVOSchedTaskRun(int id, int reserved1, int reserved2) {
   EXPECT_TRUE(reserved1 == 0 && reserved2 == 0);
-  if (!platform.enter("KAVOSchedTaskRun", id)) return -1;
-  return platform.tasks.contains(id) ? 0 : not_stored();
+  return found("KAVOSchedTaskRun", id) ? 0 : -1;
 }
 int KAVOSchedTaskRemove(int id) {
-  if (!platform.enter("KAVOSchedTaskRemove", id)) return -1;
-  return platform.tasks.erase(id) == 1 ? 0 : not_stored();
+  return found("KAVOSchedTaskRemove", id) && platform.tasks.erase(id) == 1 ? 0 : -1;
 }
 
 int KAVOSchedTaskListGet(_tag_kavo_sched_task_** head,

@@ -25,11 +25,12 @@ size_t slot(Member member) {
 }
 
 TEST_F(HandlerTest, AppOperationsStandInSlotOrder) {
-  EXPECT_EQ(slot(&TaskSchedulerBasicHandler::ConvertToJson_App), 0U);
-  EXPECT_EQ(slot(&TaskSchedulerBasicHandler::ConvertFromJson_App), 1U);
-  EXPECT_EQ(slot(&TaskSchedulerBasicHandler::ReConstructJsonGet_App), 2U);
-  EXPECT_EQ(slot(&TaskSchedulerBasicHandler::ReConstructJsonSet_App), 3U);
-  EXPECT_EQ(slot(&TaskSchedulerBasicHandler::GetAppEditOwnerValue), 4U);
+  using Handler = TaskSchedulerBasicHandler;
+  EXPECT_EQ(
+      (std::array{slot(&Handler::ConvertToJson_App), slot(&Handler::ConvertFromJson_App),
+                  slot(&Handler::ReConstructJsonGet_App), slot(&Handler::ReConstructJsonSet_App),
+                  slot(&Handler::GetAppEditOwnerValue)}),
+      (std::array<size_t, 5>{0, 1, 2, 3, 4}));
 }
 
 TEST_F(HandlerTest, FirstErrorWinsAndItsDataCarriesTheMessage) {
