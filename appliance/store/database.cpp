@@ -104,6 +104,24 @@ constexpr const char* kMigrations[] = {
          DELETE FROM run_output WHERE run_id = old.id;
        END;
        CREATE TABLE state (key TEXT PRIMARY KEY, value TEXT NOT NULL) STRICT;)",
+    // 4: the web server. The ids are hashes of secrets, the keys those of accounts and addresses.
+    R"(CREATE TABLE sessions (
+         id TEXT PRIMARY KEY,
+         user TEXT NOT NULL,
+         opened INTEGER NOT NULL,
+         used INTEGER NOT NULL
+       ) STRICT;
+       CREATE TABLE sign_in_links (
+         id TEXT PRIMARY KEY,
+         user TEXT NOT NULL,
+         made INTEGER NOT NULL
+       ) STRICT;
+       CREATE TABLE failed_sign_ins (
+         key TEXT PRIMARY KEY,
+         failures INTEGER NOT NULL,
+         latest INTEGER NOT NULL
+       ) STRICT;
+       CREATE INDEX failed_sign_ins_by_time ON failed_sign_ins (latest);)",
 };
 constexpr int kVersion = static_cast<int>(std::size(kMigrations));
 
