@@ -3,9 +3,7 @@
 #include <absl/strings/str_join.h>
 #include <absl/strings/str_split.h>
 
-#include <cstdio>
 #include <limits>
-#include <sstream>
 #include <vector>
 
 #include "schedule/fixture.h"
@@ -20,27 +18,6 @@ struct Row {
   const char* after;
   std::string runs;
 };
-
-// The schedule that a row writes in short: the first run "9:00", the interval "/1:30", the last
-// moment "-12:00", weekdays "w1,5", a date with its word of repetition.
-Schedule schedule_of_words(const std::string& text) {
-  Json::Value section;
-  std::istringstream words(text);
-  for (std::string word; words >> word;) {
-    int hour = 0, minute = 0;
-    const char* prefix = word[0] == '/' ? "repeat_" : word[0] == '-' ? "last_" : "";
-    if (std::sscanf(word.c_str() + (*prefix != '\0' ? 1 : 0), "%d:%d", &hour, &minute) == 2) {
-      section[std::string(prefix) + "hour"] = hour;
-      section[std::string(prefix) + "min"] = minute;
-    } else if (word[0] == 'w' && word != "weekly") {
-      section["week_name"] = word.substr(1);
-    } else {
-      section["type"] = section.isMember("week_name") ? "weekly" : "date";
-      section[std::isdigit(word[0]) != 0 ? "date" : "repeat"] = word;
-    }
-  }
-  return schedule_of(section);
-}
 
 void check(const char* format, const std::vector<Row>& rows) {
   for (const Row& row : rows) {
