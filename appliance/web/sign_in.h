@@ -11,7 +11,4 @@ namespace kavo {
 // Refused: 400, 401, 403, 429 with Retry-After, 503 when passwords cannot be checked.
 std::string sign_in(const Json::Value& parameters, const std::string& address);
 
-// False when passwords are not checked on this appliance: links are the only way in.
-bool has_password_sign_in();
-
 }  // namespace kavo
