@@ -1,141 +1,112 @@
-// The commands that work on the store directly: task, run, history, output.
+// kavo task, run, stop, history and output: the commands over the store.
 #include "cli_fixture.h"
 
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
 
 TEST_F(CliTest, TasksAsTablesAndAsJson) {
-  EXPECT_EQ(result_of({"task", "list"}), Json::Value(Json::arrayValue));
-  const int id = create_script("nightly ä", "echo 1; exit 0",
-                               R"({"hour": 3, "minute": 15, "timezone": "UTC"})");
+  EXPECT_EQ(result_of("task list"), Json::Value(Json::arrayValue));
+  create_script("nightly ä", "echo 1; exit 0", R"({"hour": 3, "minute": 15, "timezone": "UTC"})");
   create_script("other", "true");
 
-  EXPECT_THAT(kavo({"task", "list"}).out,
+  EXPECT_THAT(kavo("task list").out,
               MatchesRegex("ID  ENABLED  NAME       OWNER +NEXT RUN          COMMAND\n"
                            "1   yes      nightly ä  [^ ]+ +....-..-.. 03:15  echo 1; exit 0\n"
                            "2   yes      other .*\n"));
-  const Json::Value tasks = result_of({"task", "list"});
+  EXPECT_THAT(kavo("task show 1").out, HasSubstr("command                 echo 1;"));
+  const Json::Value tasks = result_of("task list");
   EXPECT_EQ(tasks.size(), 2U);
-  EXPECT_EQ(tasks[0], result_of({"task", "show", "1"}));
-  EXPECT_EQ(tasks[0]["id"], id);
+  EXPECT_EQ(tasks[0], result_of("task show 1"));
   EXPECT_EQ(tasks[0]["command"], "echo 1; exit 0");
   EXPECT_EQ(tasks[0]["schedule"]["hour"], 3);
-  EXPECT_THAT(kavo({"task", "show", "1"}).out, HasSubstr("command                 echo 1;"));
 
-  const Json::Value next = result_of({"task", "next", "1", "-n", "3"});
+  const Json::Value next = result_of("task next 1 -n 3");
   ASSERT_EQ(next.size(), 3U);
   EXPECT_EQ(next[0], tasks[0]["next_run"]);
   EXPECT_EQ(next[0].asInt64() % 86400, (3 * 60 + 15) * 60);
   EXPECT_EQ(next[2].asInt64() - next[0].asInt64(), 2 * 86400);
-  EXPECT_THAT(kavo({"task", "next", "1"}).out, MatchesRegex("NEXT RUN\n....-..-.. 03:15:00 UTC\n"));
-  call("1", "set_enable", {R"(status=[{"id": 1, "enable": false}])"});
-  EXPECT_EQ(result_of({"task", "next", "1"}), Json::Value(Json::arrayValue));
-  EXPECT_THAT(kavo({"task", "list"}).out, HasSubstr("1   no "));
+  EXPECT_THAT(kavo("task next 1").out, MatchesRegex("NEXT RUN\n....-..-.. 03:15:00 UTC\n"));
+  data(R"(1 set_enable status='[{"id": 1, "enable": false}]')");
+  EXPECT_EQ(result_of("task next 1"), Json::Value(Json::arrayValue));
+  EXPECT_THAT(kavo("task list").out, HasSubstr("1   no "));
 
-  EXPECT_EQ(kavo({"task", "remove", "1"}).code, 0);
-  for (const char* command : {"remove", "show", "next"}) {
-    const Outcome outcome = kavo({"task", command, "1"});
-    EXPECT_EQ(outcome.code, 1) << command;
-    EXPECT_EQ(outcome.out, "") << command;
-    EXPECT_NE(outcome.err, "") << command;
+  EXPECT_EQ(kavo("task remove 1").code, 0);
+  for (const std::string command : {"remove", "show", "next"}) {
+    const Finished done = kavo("task " + command + " 1");
+    EXPECT_TRUE(done.code == 1 && done.out == "" && done.err != "") << command;
   }
-  EXPECT_EQ(kavo({"task", "remove", "2"}).code, 0);
-  EXPECT_EQ(result_of({"task", "list"}).size(), 0U);
+  EXPECT_EQ(result_of("task list").size(), 1U);
 }
 
 TEST_F(CliTest, RunsAndTheirHistory) {
-  const std::string good = std::to_string(create_script("good", "echo out; echo err >&2"));
-  const std::string bad = std::to_string(create_script("bad", "echo failing; exit 3"));
-
-  const Outcome ok = kavo({"run", good, "--wait"});
-  EXPECT_EQ(ok.code, 0) << ok.err;
-  EXPECT_EQ(ok.out, "Run 1 of task 1: ok\nout\nerr\n");
-  const Outcome failed = kavo({"run", bad, "--wait"});
-  EXPECT_EQ(failed.code, 1) << failed.err;
+  create_script("good", "echo out; echo err >&2");
+  create_script("bad", "echo failing; exit 3");
+  EXPECT_EQ(kavo("run 1 --wait").out, "Run 1 of task 1: ok\nout\nerr\n");
+  const Finished failed = kavo("run 2 --wait");
+  EXPECT_EQ(failed.code, 1);
   EXPECT_EQ(failed.out, "Run 2 of task 2: exit code 3\nfailing\n");
-  EXPECT_EQ(kavo({"output", "2"}).out, "failing\n");
-  EXPECT_EQ(kavo({"output", "3"}).code, 1);
-  EXPECT_EQ(kavo({"run", "7", "--wait"}).code, 1);
-  const Outcome with_json = kavo({"run", bad, "--wait", "--json"});
+  EXPECT_EQ(kavo("output 2").out, "failing\n");
+  EXPECT_EQ(kavo("output 3").code, 1);
+  EXPECT_EQ(kavo("run 7 --wait").code, 1);  // a task that does not exist leaves nothing
+  EXPECT_EQ(call("1 run task=7")["error"]["code"], 4803);
+  const Finished with_json = kavo("run 2 --wait --json");
   EXPECT_EQ(with_json.code, 1);
   EXPECT_EQ(json(with_json.out)["output"], "failing\n");
-
-  const Json::Value runs = result_of({"history"});
-  ASSERT_EQ(runs.size(), 3U);  // newest first; a task that does not exist leaves nothing
-  EXPECT_EQ(runs[0]["code"], 3);
-  EXPECT_EQ(runs[0]["result"], "exit code");
-  EXPECT_EQ(runs[2]["result"], "ok");
-  EXPECT_EQ(runs[2]["task_name"], "good");
-  EXPECT_EQ(result_of({"history", good}).size(), 1U);
-  EXPECT_EQ(result_of({"history", "-n", "2"}).size(), 2U);
-  EXPECT_THAT(kavo({"history", bad}).out,
+  EXPECT_THAT(kavo("history 2").out,
               MatchesRegex("RUN  TASK  NAME  WHY .*\n3    2     bad   manual .* exit code 3\n"
                            "2    2     bad   manual .* exit code 3\n"));
+  EXPECT_EQ(result_of("history -n 2").size(), 2U);
+
+  data("1 run task=1");  // which only starts it: its end is asked for until it is there
+  Json::Value runs;
+  for (int i = 0; i < 3000 && runs[0]["ended"].isNull(); ++i) {
+    runs = result_of("history 1");
+    ASSERT_EQ(runs.size(), 2U);
+  }
+  EXPECT_EQ(runs[0]["result"], "ok");
+  EXPECT_EQ(runs[0]["task_name"], "good");
+  EXPECT_EQ(kavo("output 4").out, "out\nerr\n");
 }
 
 TEST_F(CliTest, RunsThatGoOnAreFollowedAndStopped) {
-  const std::string gate = (root_.path() / "gate").string();
-  const std::string id =
-      std::to_string(create_script("gate", "echo first; " + wait_for_file(gate) + "; echo second"));
-  EXPECT_EQ(kavo({"run", id}).out, "Run 1 of task 1 was started.\n");
-  EXPECT_EQ(kavo({"run", id}).code, 1);
-  for (int i = 0; i < 3000 && kavo({"output", "1"}).out.empty(); ++i) {
+  const std::filesystem::path gate = root_.path() / "gate";
+  create_script("gate", "echo first; " + wait_for_file(gate) + "; echo second");
+  EXPECT_EQ(kavo("run 1").out, "Run 1 of task 1 was started.\n");
+  EXPECT_EQ(kavo("run 1").code, 1);
+  for (int i = 0; i < 3000 && kavo("output 1").out.empty(); ++i) {
   }
-  EXPECT_EQ(kavo({"output", "1"}).out, "first\n");
-  EXPECT_THAT(kavo({"history"}).out, HasSubstr("running"));
+  EXPECT_EQ(kavo("output 1").out, "first\n");
+  EXPECT_THAT(kavo("history").out, HasSubstr("running"));
   root_.write("gate", "");
-  EXPECT_EQ(kavo({"output", "1", "--follow"}).out, "first\nsecond\n");
-  EXPECT_EQ(kavo({"stop", "1"}).code, 1);
-  EXPECT_EQ(kavo({"stop", "7"}).code, 1);
+  EXPECT_EQ(kavo("output 1 --follow").out, "first\nsecond\n");
+  EXPECT_EQ(kavo("stop 1").code, 1);
+  EXPECT_EQ(kavo("stop 7").code, 1);
 
   std::filesystem::remove(gate);
-  EXPECT_EQ(kavo({"run", id}).code, 0);
-  EXPECT_EQ(kavo({"stop", "2"}).code, 0);
-  EXPECT_THAT(kavo({"output", "2", "--follow"}).code, 0);
-  EXPECT_THAT(kavo({"history"}).out, HasSubstr("stopped"));
-}
-
-TEST_F(CliTest, RunThroughTheModuleIsRecorded) {
-  const std::string id = std::to_string(create_script("of the module", "echo done"));
-  EXPECT_TRUE(call("1", "run", {"task=" + id})["success"].asBool());
-  EXPECT_EQ(call("1", "run", {"task=7"})["error"]["code"], 4803);
-  // It was only started: its end is asked for until it is there.
-  Json::Value runs;
-  for (int i = 0; i < 3000 && runs[0]["ended"].isNull(); ++i) {
-    runs = result_of({"history", id});
-    ASSERT_EQ(runs.size(), 1U);
+  for (const char* command : {"run 1", "stop 2", "output 2 --follow"}) {
+    EXPECT_EQ(kavo(command).code, 0) << command;
   }
-  EXPECT_EQ(runs[0]["result"], "ok");
-  EXPECT_EQ(kavo({"output", runs[0]["run"].asString()}).out, "done\n");
+  EXPECT_THAT(kavo("history").out, HasSubstr("stopped"));
 }
 
 TEST_F(CliTest, TextsOfTasksCannotSteerTheTerminal) {
   // Escape, line feed, delete, and the one-character forms of escape sequences.
   const std::string name = "a\x1b[31m\n\x7f\u0085\u009b2Jz";
   create_script(name, "printf '\x1b[2J'\ntrue");
-  call("2", "create",
-       {"type=script", "name=refused",
-        "owner=no\x1b\u009b"
-        "body"});
-  EXPECT_EQ(kavo({"run", "1", "--wait"}).code, 0);
-  const Outcome refused = kavo({"run", "2", "--wait"});
-  EXPECT_EQ(refused.code, 1);
-  EXPECT_THAT(refused.out, HasSubstr("refused: The owner \"no??body\""));
-  EXPECT_THAT(kavo({"task", "list"}).out, HasSubstr("a?[31m????2Jz"));
-  for (const auto& arguments : std::vector<std::vector<std::string>>{
-           {"task", "list"}, {"task", "show", "1"}, {"task", "show", "2"}, {"history"}}) {
-    const std::string out = kavo(arguments).out;
-    EXPECT_THAT(out, Not(HasSubstr("\x1b")));
-    EXPECT_THAT(out, Not(HasSubstr("\x7f")));
-    EXPECT_THAT(out, Not(HasSubstr("\u009b")));
-    EXPECT_THAT(out, Not(HasSubstr("\u0085")));
-    EXPECT_THAT(out, Not(HasSubstr("a?[31m\n")));
+  data("2 create type=script name=refused 'owner=no\x1b\u009b\x62ody'");
+  EXPECT_EQ(kavo("run 1 --wait").code, 0);
+  EXPECT_THAT(kavo("run 2 --wait").out, HasSubstr("refused: The owner \"no??body\""));
+  EXPECT_THAT(kavo("task list").out, HasSubstr("a?[31m????2Jz"));
+  for (const char* command : {"task list", "task show 1", "task show 2", "history"}) {
+    const std::string out = kavo(command).out;
+    for (const char* sign : {"\x1b", "\x7f", "\u009b", "\u0085", "a?[31m\n"}) {
+      EXPECT_THAT(out, Not(HasSubstr(sign))) << command;
+    }
   }
-  EXPECT_EQ(result_of({"task", "show", "1"})["name"], name);  // programs get it as it is
+  EXPECT_EQ(result_of("task show 1")["name"], name);  // programs get it as it is
 }
 
 }  // namespace

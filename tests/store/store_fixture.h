@@ -2,7 +2,7 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <json/reader.h>
+#include <json/json.h>
 #include <kavosched.h>
 #include <xlibc.h>
 

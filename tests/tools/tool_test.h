@@ -4,35 +4,27 @@
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <xlibc.h>
-#include "base/file.h"
-#include "temporary_folder.h"
-
-struct Finished {
-  int code = -1;
-  std::string out, err;
-};
+#include "shell_command.h"
 
 class ToolTest : public testing::Test {
  protected:
-  ToolTest() { std::filesystem::create_directory(root_.path() / "work"); }
+  Finished run(const std::string& command) const { return run_in(root_, command); }
 
-  // Runs a shell command line to its end.
-  Finished run(const std::string& command) const {
-    const std::string work = (root_.path() / "work").string();
-    const std::string whole = "cd '" + work + "' && {\n" + command + "\n} >out 2>err </dev/null";
-    const int status = std::system(whole.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read(work + "/out"), read(work + "/err")};
-  }
-
-  static std::string read(const std::filesystem::path& file) {
-    return kavo::read_file(file.string(), size_t{1} << 24).value_or("");
+  // Expects each of these to be refused before anything is done.
+  void expect_wrong_use(const std::string& tool, const std::vector<const char*>& arguments) const {
+    for (const char* wrong : arguments) {
+      const Finished done = run(tool + " " + wrong);
+      EXPECT_EQ(done.code, 2) << wrong;
+      EXPECT_TRUE(done.err != "" && done.out == "") << wrong;
+    }
+    EXPECT_EQ(run(tool + " --help").code, 0);
   }
 
   // `text` as one word of a command line, as tasks write names.
@@ -65,7 +57,7 @@ class SystemdTest : public ToolTest {
 
   // What was switched since the last time, a line each.
   std::string switched() const {
-    std::string log = read(root_.path() / "log");
+    std::string log = read_whole(root_.path() / "log");
     std::filesystem::remove(root_.path() / "log");
     return log;
   }
