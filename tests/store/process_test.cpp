@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <random>
-#include <set>
 
 #include "store/database.h"
 #include "store_fixture.h"
@@ -23,10 +22,12 @@ class ProcessTest : public StoreTest {
     }
     return process;
   }
-  static void expect_success(pid_t process) {
-    int status = -1;
-    ASSERT_EQ(waitpid(process, &status, 0), process);
-    EXPECT_EQ(status, 0);
+  static void run_both(const std::function<void()>& one, const std::function<void()>& other) {
+    for (const pid_t process : {start(one), start(other)}) {
+      int status = -1;
+      EXPECT_EQ(waitpid(process, &status, 0), process);
+      EXPECT_EQ(status, 0);
+    }
   }
 };
 
@@ -37,33 +38,21 @@ TEST_F(ProcessTest, ChangesOfDifferentPropertiesOfOneTaskAllStand) {
     for (int round = 1; round <= kRounds; ++round) {
       const TaskPtr task = load(id);
       set(task.get(), std::to_string(round).c_str());
-      ASSERT_EQ(KAVOSchedTaskSave(task.get()), 0);
+      save(task);
     }
   };
-  const pid_t one = start([&] { repeat(KAVOSchedCTaskSetAction); });
-  const pid_t other = start([&] { repeat(KAVOSchedCTaskSetAppArgs); });
-  expect_success(one);
-  expect_success(other);
+  run_both([&] { repeat(KAVOSchedCTaskSetAction); }, [&] { repeat(KAVOSchedCTaskSetAppArgs); });
   EXPECT_EQ(KAVOSchedTaskGetAction(*load(id)), std::to_string(kRounds));
   EXPECT_EQ(KAVOSchedTaskGetAppArgs(*load(id)), std::to_string(kRounds));
 }
 
 TEST_F(ProcessTest, TasksCreatedAtOnceGetDifferentIds) {
-  constexpr int kTasks = 50;
-  store("first");
   const auto create = [] {
-    for (int i = 0; i < kTasks; ++i) {
-      store("task");
-    }
+    for (int i = 0; i < 50; ++i) store("t");
   };
-  const pid_t one = start(create);
-  const pid_t other = start(create);
-  expect_success(one);
-  expect_success(other);
-  _tag_kavo_sched_task_* head = nullptr;
-  EXPECT_EQ(KAVOSchedTaskListGet(&head, [](const _tag_kavo_sched_task_*) { return true; }),
-            2 * kTasks + 1);
-  KAVOSchedTaskListFree(&head);
+  store("t");
+  run_both(create, create);
+  EXPECT_EQ(sorted().size(), (1 + 50 + 50) * 2 - 1);
 }
 
 TEST_F(ProcessTest, AProcessKilledWhileSavingLeavesTheOldOrTheNewTask) {

@@ -24,12 +24,7 @@ inline TaskPtr new_task() {
 
 inline Json::Value json(const std::string& text) {
   Json::Value value;
-  std::string errors;
-  const Json::CharReaderBuilder builder;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  if (!reader->parse(text.data(), text.data() + text.size(), &value, &errors)) {
-    throw std::invalid_argument(errors);
-  }
+  if (!Json::Reader().parse(text, value)) throw std::invalid_argument(text);
   return value;
 }
 
@@ -41,17 +36,15 @@ class StoreTest : public testing::Test {
  protected:
   void SetUp() override { XLIBCErrSetEx(0, "", 0); }
 
-  // Stores a task of the given name and app section, and returns its id.
+  // Stores a task; its id.
   static int store(const std::string& name, const std::string& command = "true",
                    const std::string& schedule = "{}") {
     const TaskPtr task = new_task();
-    Json::Value doc;
-    doc["basic"]["task_name"] = name;
-    doc["schedule"] = json(schedule);
-    EXPECT_TRUE(KAVOSchedTaskConvertFromJson_Basic(doc, *task));
-    EXPECT_TRUE(KAVOSchedTaskConvertFromJson_Schedule(doc, *task));
+    Json::Value basic;
+    basic["task_name"] = name;
+    EXPECT_TRUE(set_basic(*task, basic) && set_schedule(*task, json(schedule)));
     KAVOSchedCTaskSetCommand(task.get(), command.c_str());
-    EXPECT_EQ(KAVOSchedTaskSave(task.get()), 0);
+    save(task);
     return KAVOSchedTaskGetID(*task);
   }
 
@@ -59,6 +52,31 @@ class StoreTest : public testing::Test {
     TaskPtr task = new_task();
     EXPECT_EQ(KAVOSchedTaskLoad(id, task.get()), 0);
     return task;
+  }
+
+  static void save(const TaskPtr& task) { EXPECT_EQ(KAVOSchedTaskSave(task.get()), 0); }
+  static bool set_basic(_tag_kavo_sched_task_& task, const Json::Value& section) {
+    Json::Value doc;
+    doc["basic"] = section;
+    return KAVOSchedTaskConvertFromJson_Basic(doc, task);
+  }
+  static bool set_schedule(_tag_kavo_sched_task_& task, const Json::Value& section) {
+    Json::Value doc;
+    doc["schedule"] = section;
+    return KAVOSchedTaskConvertFromJson_Schedule(doc, task);
+  }
+  // The names of all tasks in the order of a sort key.
+  static std::string sorted(const char* key = "id", int ascending = 1) {
+    _tag_kavo_sched_task_* head = nullptr;
+    EXPECT_GE(KAVOSchedTaskListGet(&head, [](const _tag_kavo_sched_task_*) { return true; }), 0);
+    EXPECT_EQ(KAVOSchedTaskListSort(&head, key, ascending), 0);
+    std::string names;
+    for (auto task = head; task != nullptr; task = KAVOSchedTaskNext(task)) {
+      names += (names.empty() ? "" : " ") + KAVOSchedTaskGetName(*task);
+    }
+    KAVOSchedTaskListFree(&head);
+    EXPECT_EQ(head, nullptr);
+    return names;
   }
 
   static Json::Value basic(const _tag_kavo_sched_task_& task) {
