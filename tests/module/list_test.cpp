@@ -2,12 +2,9 @@
 #include <climits>
 #include <tuple>
 
-#include "handler.h"
 #include "module/module_test.h"
 
 namespace {
-
-const std::string kSource = "KAVO.Core.TaskScheduler:";
 
 class ListTest : public ModuleTest {
  protected:
@@ -119,7 +116,7 @@ TEST_F(ListTest, ServiceNamesBecomeKeys) {
 
 TEST_F(ListTest, LongServiceActions) {
   const std::string key = "#tree:leaf_ftp#";
-  const std::string failed = kSource + "78 replace string failed";
+  const std::string failed = "KAVO.Core.TaskScheduler:78 replace string failed";
   // The longest action that fits with its key, and one byte more.
   const std::string fits(4095 - key.size(), 'x');
   EXPECT_EQ(shown(kService, "FTP" + fits), key + fits);
@@ -135,17 +132,6 @@ TEST_F(ListTest, LongServiceActions) {
   platform.fail("XLIBCStrReplace", 2);
   EXPECT_EQ(shown(kService, "AFP NFS NTP"), "#network:apple_subject# NFS #time:ntp_service#");
   EXPECT_EQ(take_log(), Lines{failed});
-}
-
-// What the operation leaves in the result, though a failure does not answer it.
-TEST_F(ListTest, ResultOfAFailure) {
-  platform.add(1);
-  platform.add(2);
-  platform.fail("KAVOSchedTaskListSort", 1, {0x12345, "sort.c", 8});
-  Json::Value result;
-  EXPECT_FALSE(Standalone<TaskSchedulerHandler>().handler.ListData_v1(result));
-  EXPECT_EQ(compact(result), "{\"tasks\":[],\"total\":2}\n");
-  EXPECT_EQ(take_log(), Lines{kSource + "173 sort task list failed. [0x12345 sort.c:8]"});
 }
 
 }  // namespace

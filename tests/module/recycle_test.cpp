@@ -21,6 +21,13 @@ const Json::Value kBySize = R"({
       "reserve_policy_size_smaller_check": "off", "reserve_policy_size_smaller": "6",
       "reserve_policy_extension_check": "on", "reserve_policy_extension": [{"file_ext": "jpg"}]}})"_json;
 
+// What the form shows for it.
+const Json::Value kForm = R"({
+    "clean_share_policy": {"clean_all": false, "shares": ["a", "b"]},
+    "clean_file_policy": {"policy": "size", "size": 100, "sort_type": 0, "reserve_policy": {
+        "size_greater_check": true, "size_greater": 5, "size_smaller_check": false,
+        "extension_check": true, "extension": [{"file_ext": "jpg"}]}}})"_json;
+
 class RecycleTest : public ModuleTest {
  protected:
   // Sets task 12, whose stored section is `stored`, with the form's `extra`.
@@ -62,11 +69,7 @@ TEST_F(RecycleTest, NewTask) {
 }
 
 TEST_F(RecycleTest, FormShape) {
-  EXPECT_EQ(compact(shown(kBySize)), compact(R"({
-      "other": "stays", "clean_share_policy": {"clean_all": false, "shares": ["a", "b"]},
-      "clean_file_policy": {"policy": "size", "size": 100, "sort_type": 0, "reserve_policy": {
-          "size_greater_check": true, "size_greater": 5, "size_smaller_check": false,
-          "extension_check": true, "extension": [{"file_ext": "jpg"}]}}})"_json));
+  EXPECT_EQ(compact(shown(kBySize)), compact(with(kForm, R"({"other": "stays"})"_json)));
   // clang-format off
   for (const auto& [stored, policy] : std::vector<std::pair<const char*, Json::Value>>{
            {R"({"clean_policy": "clean_policy_by_time", "clean_policy_by_time_day": "30"})", R"({"policy": "time", "time": 30})"_json},
@@ -86,14 +89,9 @@ TEST_F(RecycleTest, FormShape) {
 }
 
 TEST_F(RecycleTest, FormIsMergedIntoTheStoredSection) {
-  const Json::Value sent = R"({
-      "clean_share_policy": {"clean_all": false, "shares": ["a", "b"]},
-      "clean_file_policy": {"policy": "size", "size": 100, "sort_type": 0, "reserve_policy": {
-          "size_greater_check": true, "size_greater": 5, "size_smaller_check": false,
-          "extension_check": true, "extension": [{"file_ext": "jpg"}]}}})"_json;
   Json::Value all = kBySize;
   all["advconfig"].removeMember("reserve_policy_size_smaller");  // which is not on
-  EXPECT_EQ(merged(with(kClean, R"({"other": "stays"})"_json), sent), compact(all));
+  EXPECT_EQ(merged(with(kClean, R"({"other": "stays"})"_json), kForm), compact(all));
   // clang-format off
   for (const auto& [form, changed] : std::vector<std::pair<const char*, const char*>>{
            {R"({"clean_file_policy": {"policy": "time", "time": 3}})", R"({"clean_policy": "clean_policy_by_time", "clean_policy_by_time_day": "3"})"},
@@ -169,14 +167,14 @@ TEST_F(RecycleTest, CleanOptions) {
 
 TEST_F(RecycleTest, SectionsThatNameNoActionOrNoShares) {
   const std::string failed = kBasic + "260 Convert task from json (app) failed. [0x0000 :0]";
-  // clang-format off
+  const std::string action = "320 error recycle_action, json app=";
+  const std::string shares = "325 error selected_shares, json app=";
   for (const auto& [text, log] : std::vector<std::pair<const char*, std::string>>{
-           {R"({"recycle_action": "3", "clean_all": "yes"})", "320 error recycle_action, json app="},
-           {R"({"clean_all": "yes"})", "320 error recycle_action, json app="},
-           {R"({"recycle_action": "2", "clean_all": "no", "selected_shares": []})", "325 error selected_shares, json app="},
-           {R"({"recycle_action": "0", "clean_all": "no"})", "325 error selected_shares, json app="},
-           {R"({"recycle_action": "2", "clean_all": "no", "selected_shares": "a"})", "325 error selected_shares, json app="}}) {
-    // clang-format on
+           {R"({"recycle_action": "3", "clean_all": "yes"})", action},
+           {R"({"clean_all": "yes"})", action},
+           {R"({"recycle_action": "2", "clean_all": "no", "selected_shares": []})", shares},
+           {R"({"recycle_action": "0", "clean_all": "no"})", shares},
+           {R"({"recycle_action": "2", "clean_all": "no", "selected_shares": "a"})", shares}}) {
     EXPECT_EQ(set(json(text), R"({"enableRecycle": "all"})"_json),
               error(117, "Invalid (app) object"));
     EXPECT_EQ(take_log(), (Lines{kSource + log + json(text).toStyledString(), failed}));
@@ -187,8 +185,8 @@ TEST_F(RecycleTest, SectionsThatNameNoActionOrNoShares) {
   platform.fail("KAVOSchedTaskLoad", 2);
   EXPECT_EQ(set(kClean, "{}"_json), error(4801, "Failed to load task"));
   EXPECT_EQ(take_log(),
-            (Lines{kBasic + "108 load task failed. id:[12]" + " [0x0A0B file.c:77]",
-                   kBasic + "238 Convert task from json (app) failed." + " [0x0A0B file.c:77]"}));
+            (Lines{kBasic + "108 load task failed. id:[12] [0x0A0B file.c:77]",
+                   kBasic + "238 Convert task from json (app) failed. [0x0A0B file.c:77]"}));
 }
 
 TEST_F(RecycleTest, SwitchingOnWhenSaved) {

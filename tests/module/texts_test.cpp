@@ -81,22 +81,6 @@ TEST_F(TextsTest, KeysInActions) {
   }
 }
 
-TEST_F(TextsTest, AppKeys) {
-  // clang-format off
-  for (const auto& [app, expected] : std::vector<std::pair<std::string, std::string>>{
-           {kBeep, "beep"}, {kScript, "script"}, {kService, "service"}, {kRecycle, "recycle"}, {"KAVO.ZEL.DataAnalysis", "report"},
-           {"KAVO.ZEL.TaskScheduler.AutoPower", "power"}, {"KAVO.ZEL.TaskScheduler.ZOMAutoUpdate", "zomupdate"},
-           {"KAVO.ZEL.BackupApp.NetBackup", "backup"}, {"KAVO.ZEL.BackupApp.LocalBackup", "backup"},
-           {"KAVO.ZEL.BackupApp.LUNBackup", "backup"}, {"KAVO.ZEL.BackupApp.S3Backup", "backup"}, {"", "custom"},
-           {"KAVO.ZEL.TaskScheduler.beep", "custom"}, {"KAVO.ZEL.TaskScheduler.Beep.FormPanel", "custom"}}) {
-    // clang-format on
-    platform.add(3, app);
-    std::string key;
-    EXPECT_TRUE(GetAppTypeByID(3, key));
-    EXPECT_EQ(key, expected) << app;
-  }
-}
-
 TEST_F(TextsTest, NamesAreQuotedWithin2nPlus2Bytes) {
   EXPECT_EQ(EscapeShellName("a b;'\""), "a\\ b\\;\\'\\\"");
   EXPECT_EQ(EscapeShellName(std::string("\xff\n\0 off", 7)), "\\\xff\\\n");
