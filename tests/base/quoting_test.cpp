@@ -1,16 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include <xlibc.h>
 #include "base/errors.h"
-#include "temporary_folder.h"
+#include "shell_command.h"
 
 namespace {
 
@@ -51,33 +49,26 @@ std::string quoted(const std::string& text) {
   return buffer;
 }
 
-class Quoting : public testing::TestWithParam<const char*> {};
-
-TEST_P(Quoting, ShellReadsTextsBack) {
+TEST(Quoting, ShellsReadTextsBack) {
   const std::vector<std::string> texts = texts_to_quote();
   std::string script = "# every word, closed by a zero byte\n";
   for (const std::string& text : texts) script += "printf '%s\\0' " + quoted(text) + "\n";
   const TemporaryFolder folder;
   folder.write("script", script);
-
-  const std::string output = (folder.path() / "output").string();
-  const std::string command =
-      std::string(GetParam()) + " " + (folder.path() / "script").string() + " >" + output;
-  ASSERT_EQ(std::system(command.c_str()), 0);
-
-  std::ifstream stream(output, std::ios::binary);
-  for (const std::string& text : texts) {
-    std::string read_back;
-    ASSERT_TRUE(std::getline(stream, read_back, '\0')) << testing::PrintToString(text);
-    ASSERT_EQ(read_back, text) << quoted(text);
+  for (const std::string shell : {"/bin/sh", "LC_ALL=C bash", "LC_ALL=C.UTF-8 bash"}) {
+    const Finished done = run_in(folder, shell + " script");
+    EXPECT_EQ(done.code, 0) << shell;
+    std::istringstream output(done.out);
+    for (const std::string& text : texts) {
+      std::string read_back;
+      ASSERT_TRUE(std::getline(output, read_back, '\0')) << testing::PrintToString(text);
+      ASSERT_EQ(read_back, text) << shell << quoted(text);
+    }
+    EXPECT_EQ(output.get(), std::char_traits<char>::eof());
   }
-  EXPECT_EQ(stream.get(), std::char_traits<char>::eof());
 }
 
-INSTANTIATE_TEST_SUITE_P(Shells, Quoting,
-                         testing::Values("/bin/sh", "LC_ALL=C bash", "LC_ALL=C.UTF-8 bash"));
-
-TEST(QuotingSize, SmallerThanNeededFailsAndWritesNothingBeyond) {
+TEST(Quoting, SmallerThanNeededFailsAndWritesNothingBeyond) {
   for (const std::string& text : texts_to_quote()) {
     const size_t needed = quoted(text).size() + 1;
     for (size_t size = 0; size < needed; ++size) {
@@ -95,7 +86,7 @@ TEST(QuotingSize, SmallerThanNeededFailsAndWritesNothingBeyond) {
   }
 }
 
-TEST(QuotingSize, EmptyTextAndNullArguments) {
+TEST(Quoting, EmptyTextAndNullArguments) {
   std::array<char, 2> buffer = {'x', 'y'};
   EXPECT_EQ(XLIBCEncShParam("", buffer.data(), buffer.size()), 0);
   EXPECT_STREQ(buffer.data(), "");

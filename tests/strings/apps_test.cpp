@@ -20,9 +20,8 @@ class Apps : public testing::Test {
   void install(const std::string& folder, const std::string& manifest,
                const std::vector<std::string>& languages = {"texts/en-US"}) const {
     root_.write(kApps + folder + "/manifest.json", manifest);
-    for (const std::string& each : languages) {
+    for (const auto& each : languages)
       root_.write(kApps + folder + "/" + each + "/strings.json", "{}");
-    }
   }
   static std::string manifest(const std::string& app_namespace,
                               const std::string& texts = "texts") {
@@ -49,9 +48,7 @@ TEST_F(Apps, AreFoundWithTheirStringsForTheLanguage) {
   EXPECT_EQ(parser.GetTexts()["Example.Report"], "3rdparty/report/ui/texts/en-US");  // falls back
   EXPECT_EQ(parser.GetTexts().size(), 2U);
   EXPECT_EQ(texts_of("fr-FR").size(), 3U);
-  for (const std::string& language :
-       {std::string(), std::string(".."), std::string("../texts/de-DE"), std::string("de-DE\n"),
-        std::string(33, 'a')}) {
+  for (const char* language : {"", "..", "../texts/de-DE", "de-DE\n"}) {
     EXPECT_EQ(texts_of(language), Json::Value(Json::objectValue)) << language;
   }
   std::filesystem::remove_all(root_.path() / kApps);

@@ -1,14 +1,15 @@
 // Strings files: what is taken as one, and that each request may do what it likes with its copy.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <json/json.h>
 #include <kavozel.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <atomic>
 #include <filesystem>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "strings/json_files.h"
 #include "temporary_folder.h"
@@ -33,16 +34,10 @@ TEST(Strings, ReadsSectionsAndPassesOtherValues) {
   EXPECT_TRUE(parse().isNull());
   root.write(kFile, R"({"common": {"run": "Ausf\u00fchren", "zero": "a\u0000b", "a\u0000b": "key",
                         "": "", "count": 3, "deep": {"x": ["y"]}}, "plain": "text", "": {}})");
-  const Json::Value texts = parse();
-  EXPECT_EQ(texts["common"]["run"], "Ausf\u00fchren");
-  EXPECT_EQ(texts["common"]["zero"].asString(), std::string("a\0b", 3));
-  EXPECT_EQ(texts["common"][std::string("a\0b", 3)], "key");
-  EXPECT_EQ(texts["common"][""], "");
-  EXPECT_EQ(texts["common"]["count"], 3);
-  EXPECT_EQ(texts["common"]["deep"]["x"][0], "y");
-  EXPECT_EQ(texts["common"].size(), 6U);
-  EXPECT_EQ(texts["plain"], "text");
-  EXPECT_TRUE(texts[""].isObject());
+  EXPECT_EQ(Json::FastWriter().write(parse()),
+            R"({"":{},"common":{"":"","a\u0000b":"key","count":3,"deep":{"x":["y"]},)"
+            R"("run":"Ausf\u00fchren","zero":"a\u0000b"},"plain":"text"})"
+            "\n");
 }
 
 TEST(Strings, AnswersNullForAnythingElse) {
@@ -106,10 +101,9 @@ TEST(Strings, CopiesShareTextsAndNothingElse) {
   first["absent"]["x"];
   first["s"].swap(first["a"]);
   EXPECT_EQ(first["s"]["b"], "changed");
-  EXPECT_EQ(parse(), second);
-  EXPECT_EQ(second["a"]["b"], "text");
-  EXPECT_EQ(second["a"]["c"], "other");
-  EXPECT_EQ(second.size(), 1U);
+  for (const Json::Value& unchanged : {parse(), second}) {
+    EXPECT_EQ(Json::FastWriter().write(unchanged), "{\"a\":{\"b\":\"text\",\"c\":\"other\"}}\n");
+  }
 }
 
 TEST(Strings, AreReadByManyThreadsWhileAFileChanges) {
@@ -117,17 +111,14 @@ TEST(Strings, AreReadByManyThreadsWhileAFileChanges) {
   root.write(kFile, R"({"a": {"b": "0"}})");
   std::atomic<bool> wrong = false;
   std::atomic<bool> done = false;
-  std::vector<std::thread> readers;
-  readers.reserve(3);
-  for (int i = 0; i < 3; ++i) {
-    readers.emplace_back([&] {
-      do {
-        Json::Value texts = parse();
-        if (!texts["a"]["b"].isString()) wrong = true;
-        texts["a"]["b"] = "mine";
-      } while (!done);
-    });
-  }
+  const auto read = [&] {
+    do {
+      Json::Value texts = parse();
+      if (!texts["a"]["b"].isString()) wrong = true;
+      texts["a"]["b"] = "mine";
+    } while (!done);
+  };
+  std::array<std::thread, 3> readers{std::thread(read), std::thread(read), std::thread(read)};
   for (int version = 1; version <= 200; ++version) {
     root.write("new", R"({"a": {"b": ")" + std::to_string(version) + "\"}}");
     std::filesystem::rename(root.path() / "new", root.path() / kFile);
