@@ -16,22 +16,11 @@ namespace {
 constexpr std::int64_t kMinute = 60;
 constexpr std::int64_t kDay = 86400;
 
-int days_of_month(absl::civil_year_t year, int month) {
-  const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-  const int days[] = {31, leap ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  return days[month - 1];
-}
-
+// Every `step` months, or on the last day of a month that is too short.
 bool is_monthly_run_day(absl::CivilDay date, int step, absl::CivilDay day) {
-  absl::civil_year_t year = date.year();
-  int month = date.month();
-  while (year < day.year() || (year == day.year() && month < day.month())) {
-    month += step;
-    year += (month - 1) / 12;
-    month = (month - 1) % 12 + 1;
-  }
-  return year == day.year() && month == day.month() &&
-         day.day() == std::min(date.day(), days_of_month(year, month));
+  const absl::CivilMonth month(day);
+  const int last = (absl::CivilDay(month + 1) - 1).day();
+  return (month - absl::CivilMonth(date)) % step == 0 && day.day() == std::min(date.day(), last);
 }
 
 bool is_run_day(const Schedule& schedule, absl::CivilDay day) {
