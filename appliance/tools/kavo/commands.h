@@ -54,4 +54,8 @@ int import_crontab(const std::string& file, const std::optional<std::string>& ow
 int export_tasks();
 int import_tasks(const std::string& file, bool replace);
 
+// Prints a link to the web server at `url` that signs `user`, or the caller, in: once, and within
+// ten minutes.
+int print_sign_in_link(const std::optional<std::string>& user, std::string url);
+
 }  // namespace kavo

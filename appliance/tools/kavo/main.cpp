@@ -34,6 +34,8 @@ struct Options {
   int limit = 50;
   std::string file;
   std::optional<std::string> owner;
+  std::optional<std::string> user;
+  std::string url = "http://127.0.0.1:5050";
   bool dry_run = false;
   bool replace = false;
 };
@@ -148,6 +150,15 @@ void add_transfer(CLI::App& app, Options& options, Command& chosen) {
   tasks->add_flag("--replace", options.replace, "Store over tasks that have the same numbers");
 }
 
+void add_sign_in(CLI::App& app, Options& options, Command& chosen) {
+  CLI::App* link =
+      add_command(app, "sign-in-link",
+                  "Print a link that signs in once, within ten minutes, without a password", chosen,
+                  [&] { return kavo::print_sign_in_link(options.user, options.url); });
+  link->add_option("--user", options.user, "The account; your own when it is not named");
+  link->add_option("--url", options.url, "Where the web server is reached")->capture_default_str();
+}
+
 int run(int argc, char** argv) {
   Options options;
   Command chosen;
@@ -158,6 +169,7 @@ int run(int argc, char** argv) {
   add_tasks(app, options, chosen);
   add_runs(app, options, chosen);
   add_transfer(app, options, chosen);
+  add_sign_in(app, options, chosen);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
