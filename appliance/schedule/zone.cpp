@@ -1,8 +1,10 @@
 #include "schedule/zone.h"
 
+#include <absl/strings/str_split.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <mutex>
@@ -93,6 +95,33 @@ bool load_zone(const std::string& name, absl::TimeZone& zone) {
 
 absl::TimeZone appliance_zone(const std::string& file) {
   return load_file(file).value_or(absl::UTCTimeZone());
+}
+
+std::string appliance_zone_name(const std::string& file) {
+  std::error_code error;
+  const std::filesystem::path target = std::filesystem::read_symlink(file, error);
+  if (error) {
+    return error == std::errc::no_such_file_or_directory ? "UTC" : "";
+  }
+  const std::string path =
+      (std::filesystem::path(file).parent_path() / target).lexically_normal().string();
+  const std::string name = path.starts_with(kDatabase) ? path.substr(kDatabase.size()) : "";
+  absl::TimeZone zone;
+  return load_zone(name, zone) ? name : "";
+}
+
+std::vector<std::string> zone_names() {
+  std::vector<std::string> names = {"UTC"};
+  std::ifstream table(std::string(kDatabase) + "zone.tab");
+  for (std::string line; std::getline(table, line);) {
+    // Country, coordinates, name, remark; separated by tabs.
+    const std::vector<std::string> fields = absl::StrSplit(line, '\t');
+    if (!line.starts_with('#') && fields.size() >= 3 && is_zone_name(fields[2])) {
+      names.push_back(fields[2]);
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 absl::TimeZone schedule_zone(const Schedule& schedule) {

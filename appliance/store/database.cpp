@@ -122,6 +122,28 @@ constexpr const char* kMigrations[] = {
          latest INTEGER NOT NULL
        ) STRICT;
        CREATE INDEX failed_sign_ins_by_time ON failed_sign_ins (latest);)",
+    // 5: a number that changes with every change of a task or a run, whoever makes it, and in the
+    // same transaction.
+    R"(CREATE TABLE revision (value INTEGER NOT NULL) STRICT;
+       INSERT INTO revision VALUES (0);
+       CREATE TRIGGER task_inserted AFTER INSERT ON tasks BEGIN
+         UPDATE revision SET value = value + 1;
+       END;
+       CREATE TRIGGER task_updated AFTER UPDATE ON tasks BEGIN
+         UPDATE revision SET value = value + 1;
+       END;
+       CREATE TRIGGER task_deleted AFTER DELETE ON tasks BEGIN
+         UPDATE revision SET value = value + 1;
+       END;
+       CREATE TRIGGER run_inserted AFTER INSERT ON runs BEGIN
+         UPDATE revision SET value = value + 1;
+       END;
+       CREATE TRIGGER run_updated AFTER UPDATE ON runs BEGIN
+         UPDATE revision SET value = value + 1;
+       END;
+       CREATE TRIGGER run_deleted AFTER DELETE ON runs BEGIN
+         UPDATE revision SET value = value + 1;
+       END;)",
 };
 constexpr int kVersion = static_cast<int>(std::size(kMigrations));
 

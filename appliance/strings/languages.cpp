@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "base/root.h"
+#include "strings/json_files.h"
 #include "strings/layout.h"
 
 namespace kavo {
@@ -30,6 +31,18 @@ std::vector<std::string> languages() {
   }
   std::sort(codes.begin(), codes.end());
   return codes;
+}
+
+std::vector<Language> named_languages() {
+  std::vector<Language> found;
+  for (const std::string& code : languages()) {
+    const auto texts = json_file(rooted(texts_folder() + code + kStringsFile));
+    if (!texts->isObject()) continue;
+    const Json::Value& common = (*texts)["common"];
+    const Json::Value name = common.isObject() ? common["language_name"] : Json::Value();
+    found.push_back({code, name.isString() ? name.asString() : code});
+  }
+  return found;
 }
 
 }  // namespace kavo

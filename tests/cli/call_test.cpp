@@ -18,7 +18,7 @@ class CallTest : public CliTest {
 
 TEST_F(CallTest, TasksOfEveryTypeFromCreationToDeletion) {
   const std::string methods = kavo("call --list").out;
-  EXPECT_EQ(std::count(methods.begin(), methods.end(), '\n'), 1 + 10) << methods;
+  EXPECT_EQ(std::count(methods.begin(), methods.end(), '\n'), 1 + 10 + 9) << methods;
   EXPECT_THAT(methods, HasSubstr("1        list"));
   EXPECT_THAT(methods, HasSubstr("2        create"));
 

@@ -67,6 +67,31 @@ TEST(ZoneTest, TheAppliancesZoneIsThatOfTheMoment) {
   EXPECT_EQ(hours_east(appliance_zone(localtime)), 0);
 }
 
+TEST(ZoneTest, TheAppliancesZoneHasTheNameThatItsLinkLeadsTo) {
+  const TemporaryFolder folder;
+  const std::string localtime = folder.path() / "localtime";
+  EXPECT_EQ(appliance_zone_name(localtime), "UTC");
+  std::string up;
+  for (const fs::path& part : folder.path().relative_path()) {
+    up += part.empty() ? "" : "../";
+  }
+  for (const auto& [target, name] :
+       {std::pair<std::string, std::string>("/usr/share/zoneinfo/Asia/Tokyo", "Asia/Tokyo"),
+        {up + "usr/share/zoneinfo/Europe/Berlin", "Europe/Berlin"},
+        {"/usr/share/zoneinfo/../zoneinfo/Etc/UTC", "Etc/UTC"},
+        {"/usr/share/zoneinfo/Asia/Nowhere", ""},
+        {"/usr/share/zoneinfo/posix/Asia/Tokyo", ""},
+        {"/usr/share/zoneinfo", ""},
+        {"/etc/passwd", ""}}) {
+    fs::remove(localtime);
+    fs::create_symlink(target, localtime);
+    EXPECT_EQ(appliance_zone_name(localtime), name) << target;
+  }
+  fs::remove(localtime);
+  fs::copy(kDatabase / "Asia/Tokyo", localtime);
+  EXPECT_EQ(appliance_zone_name(localtime), "");
+}
+
 TEST(ZoneTest, AScheduleHasItsOwnZoneOrTheAppliances) {
   Schedule schedule;
   EXPECT_EQ(schedule_zone(schedule), appliance_zone());

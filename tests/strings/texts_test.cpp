@@ -15,7 +15,7 @@ namespace {
 // The keys that tasks hold and that the task list puts in for the names of services.
 // clang-format off
 const std::vector<std::string> kKeys = {
-    "beep:beep_title", "common:command_line", "common:run", "common:start_service", "common:stop_service",
+    "beep:beep_title", "common:command_line", "common:language_name", "common:run", "common:start_service", "common:stop_service",
     "common:time_seconds", "network:apple_subject", "network:bonjourPrinter_subject", "network:wnds_file_service",
     "nfs:nfs_title", "schedule:clean_recycle_bin", "service:service_subject", "share:recycle_bin",
     "share:share_clean_all_recycle_bin", "share:share_disable_recycle_bin", "share:share_enable_recycle_bin",
