@@ -62,6 +62,7 @@ std::string shown(const Json::Value& value) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "";
   std::string text = Json::writeString(builder, value);
+  std::replace(text.begin(), text.end(), '\x7f', '?');  // the only one that is left as it is
   if (text.size() > kMaxShown) {
     text = text.substr(0, kMaxShown) + "...";
   }

@@ -94,7 +94,7 @@ TEST(ScheduleTest, KeepsOnlyMembersThatCanBeStored) {
     section["note"] = value;
     EXPECT_THAT(error_of(section), testing::StartsWith("\"note\": "));
   }
-  section["type"] = "\n\x1b\xff" + std::string(100000, 'x');
+  section["type"] = "\n\x1b\x7f\xff" + std::string(100000, 'x');
   const std::string error = error_of(section);
   EXPECT_LT(error.size(), 200U);
   EXPECT_TRUE(std::all_of(error.begin(), error.end(), [](char c) { return c >= ' ' && c <= '~'; }));
