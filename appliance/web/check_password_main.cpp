@@ -1,8 +1,8 @@
 // kavo-check-password USER ADDRESS, with the password on standard input: whether the user may sign
 // in. The exit codes are those of PasswordCheck; standard error says why nothing could be checked.
 //
-// Root, and an account in the group "shadow", can have every account checked. Any other can have its
-// own, and is told of all others that the password is wrong.
+// Root, and an account in the group "shadow", can have every account checked. Any other can have
+// its own, and is told of all others that the password is wrong.
 
 #include <grp.h>
 #include <kavoconf.h>

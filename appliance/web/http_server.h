@@ -34,9 +34,9 @@ struct Encryption {
 
 class HttpServer {
  public:
-  // Serves on listening sockets, which other processes may listen on as well. Takes connections
-  // only from `only_from` and the loopback when that is not empty; encrypts when there is an
-  // `encryption`. Throws std::runtime_error.
+  // Serves on listening sockets, which it takes; other processes may listen on them as well. Takes
+  // connections only from `only_from` and the loopback when that is not empty; encrypts when there
+  // is an `encryption`. Throws std::runtime_error.
   HttpServer(const std::vector<int>& sockets, Service& service, const Limits& limits,
              const std::string& only_from, const Encryption* encryption);
   // Closes what is open: not to be destroyed while the service does not return.

@@ -143,8 +143,8 @@ int Supervisor::be_worker(Descriptor channel) {
   sigaddset(&child_signal, SIGINT);
   sigprocmask(SIG_UNBLOCK, &child_signal, nullptr);
   std::vector<int> sockets;
-  for (const Listener& listener : listeners_) {
-    sockets.push_back(listener.socket.get());
+  for (Listener& listener : listeners_) {
+    sockets.push_back(listener.socket.release());
   }
   return run_worker(options_, limits_, sockets, channel);
 }
@@ -203,6 +203,16 @@ int Supervisor::timeout() const {
   return left > 0 ? static_cast<int>(left) : -1;
 }
 
+// "http://127.0.0.1:5050".
+std::string Supervisor::address_for_people() const {
+  const Listener& listener = listeners_.front();
+  const std::vector<std::string>& names = options_.reached.names;
+  const bool any = listener.host == "0.0.0.0" || listener.host == "[::]";
+  const std::string own_name = names.empty() ? "localhost" : names.front();
+  return std::string(options_.encryption ? "https" : "http") + "://" +
+         (any ? own_name : listener.host) + ":" + std::to_string(listener.port);
+}
+
 void Supervisor::announce() const {
   const char* scheme = options_.encryption ? "https" : "http";
   for (const Listener& listener : listeners_) {
@@ -212,7 +222,7 @@ void Supervisor::announce() const {
   if (options_.print_link) {
     try {
       (void)printf("Sign in, once and within ten minutes: %s\n",
-                   make_sign_in_link(listeners_.front(), options_.encryption.has_value()).c_str());
+                   make_sign_in_link(address_for_people()).c_str());
     } catch (const std::exception& error) {
       syslog(LOG_ERR, "No link for signing in can be made: %s", error.what());
     }
@@ -221,6 +231,7 @@ void Supervisor::announce() const {
 }
 
 void Supervisor::end_workers() {
+  listeners_.clear();
   for (const Child& child : children_) {
     (void)kill(child.process, SIGTERM);
   }
@@ -246,7 +257,7 @@ Supervisor::Child* Supervisor::find(pid_t process) {
   return found == children_.end() || process == 0 ? nullptr : &*found;
 }
 
-std::string make_sign_in_link(const Listener& listener, bool encrypted) {
+std::string make_sign_in_link(const std::string& address) {
   std::array<int, 2> ends = {};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) {
     throw std::system_error(errno, std::generic_category(), "pipe2");
@@ -270,9 +281,7 @@ std::string make_sign_in_link(const Listener& listener, bool encrypted) {
   if (process < 0 || waitpid(process, &status, 0) != process || status != 0 || size <= 0) {
     throw std::runtime_error("the store cannot be used.");
   }
-  return std::string(encrypted ? "https" : "http") + "://" + listener.host + ":" +
-         std::to_string(listener.port) +
-         "/#sign-in=" + std::string(link.data(), static_cast<std::size_t>(size));
+  return address + "/#sign-in=" + std::string(link.data(), static_cast<std::size_t>(size));
 }
 
 }  // namespace kavo

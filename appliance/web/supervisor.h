@@ -45,12 +45,13 @@ class Supervisor {
   void hurry_oldest();
   int timeout() const;
   void announce() const;
+  std::string address_for_people() const;
   void end_workers();
   Child* find(pid_t process);
 
   const Options options_;
   const Limits limits_;
-  const std::vector<Listener> listeners_;
+  std::vector<Listener> listeners_;
   Descriptor signals_;
   std::list<Child> children_;
   int failures_ = 0;               // workers in a row that died soon after their start
@@ -58,8 +59,8 @@ class Supervisor {
   Descriptor worker_channel_;      // in a worker
 };
 
-// A link that signs in once as this process's user, made by a process of its own. Throws
-// std::runtime_error.
-std::string make_sign_in_link(const Listener& listener, bool encrypted);
+// A link that signs in once as this process's user at an address ("http://127.0.0.1:5050"), made by
+// a process of its own. Throws std::runtime_error.
+std::string make_sign_in_link(const std::string& address);
 
 }  // namespace kavo

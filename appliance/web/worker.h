@@ -18,9 +18,9 @@ inline constexpr char kDrain = 'd';    // to the worker: another one has taken i
 inline constexpr char kHurry = 'h';    // to the worker: idle connections are not waited for
 }  // namespace message
 
-// Serves until the supervisor says otherwise, or TERM: then answers what has begun. `channel` is a
-// socket to the supervisor. For a process of its own, with one thread so far, in which TERM is
-// blocked. The exit code; does not return when a method does not.
+// Serves until the supervisor says otherwise, or TERM: then answers what has begun. Takes the
+// listening `sockets`; `channel` is a socket to the supervisor. For a process of its own, with one
+// thread so far, in which TERM is blocked. The exit code; does not return when a method does not.
 int run_worker(const Options& options, const Limits& limits, const std::vector<int>& sockets,
                const Descriptor& channel);
 
