@@ -39,7 +39,7 @@ Answer HandlerPool::run(std::function<Answer()> work) {
   const auto job = std::make_shared<Job>(std::move(work));
   const auto deadline = std::chrono::steady_clock::now() + time_;
   std::unique_lock lock(mutex_);
-  if (queue_.size() >= waiting_) {
+  if (queue_.size() >= waiting_ + idle_) {
     throw Refused(503, "Too many requests are waiting.", {{"Retry-After", "1"}});
   }
   queue_.push_back(job);
@@ -73,7 +73,9 @@ bool HandlerPool::stuck() const {
 void HandlerPool::work() {
   std::unique_lock lock(mutex_);
   for (;;) {
+    ++idle_;
     offered_.wait(lock, [this] { return ending_ || !queue_.empty(); });
+    --idle_;
     if (queue_.empty()) {
       return;
     }

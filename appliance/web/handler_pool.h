@@ -43,7 +43,8 @@ class HandlerPool {
   mutable std::mutex mutex_;
   std::condition_variable offered_;
   std::deque<std::shared_ptr<Job>> queue_;
-  int overdue_ = 0;
+  std::size_t idle_ = 0;  // threads that take, or are about to take, the next jobs
+  int overdue_ = 0;       // jobs that go on though they have been given up
   bool spoilt_ = false;
   bool ending_ = false;
   std::vector<std::thread> threads_;

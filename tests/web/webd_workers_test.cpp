@@ -40,7 +40,7 @@ TEST_F(WebdWorkersTest, NoRequestFailsByAWorkerThatIsReplaced) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(served, 1000);
-  EXPECT_GE(workers.size(), 20U);
+  EXPECT_GE(workers.size(), 5U);  // a worn one serves until another one does
   EXPECT_THAT(read("log"), Not(HasSubstr("The worker ")));
   EXPECT_EQ(end(SIGTERM), 0);
 }
