@@ -111,17 +111,15 @@ TEST_F(CliTest, TextsOfTasksCannotSteerTheTerminal) {
 }
 
 TEST_F(CliTest, ALinkForSigningInIsTheCallersOrANamedAccounts) {
-  const auto user_of = [this](const std::vector<std::string>& arguments, const std::string& base) {
-    const std::string line = kavo(arguments).out;
+  const auto user_of = [this](const std::string& options, const std::string& base) {
+    const std::string line = kavo("sign-in-link" + options).out;
     const std::string start = base + "/#sign-in=";
     EXPECT_THAT(line, MatchesRegex(start + "[0-9a-f]{64}\n"));
     return kavo::SessionStore::use_link(line.substr(start.size(), 64));
   };
-  EXPECT_EQ(user_of({"sign-in-link"}, "http://127.0.0.1:5050"), getpwuid(getuid())->pw_name);
-  EXPECT_EQ(user_of({"sign-in-link", "--user", "nobody", "--url", "https://nas:8443/"},
-                    "https://nas:8443"),
-            "nobody");
-  const Outcome unknown = kavo({"sign-in-link", "--user", "no-such-user"});
+  EXPECT_EQ(user_of("", "http://127.0.0.1:5050"), getpwuid(getuid())->pw_name);
+  EXPECT_EQ(user_of(" --user nobody --url https://nas:8443/", "https://nas:8443"), "nobody");
+  const Finished unknown = kavo("sign-in-link --user no-such-user");
   EXPECT_EQ(unknown.code, 2);
   EXPECT_THAT(unknown.err, HasSubstr("There is no account \"no-such-user\""));
 }
