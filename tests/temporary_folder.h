@@ -33,6 +33,13 @@ class TemporaryFolder {
     stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     if (!stream.flush()) throw std::runtime_error("cannot write " + file.string());
   }
+  // Writes a shell script that can be run; its path.
+  std::filesystem::path write_program(const std::string& relative_path,
+                                      const std::string& script) const {
+    write(relative_path, "#!/bin/sh\n" + script);
+    std::filesystem::permissions(path_ / relative_path, std::filesystem::perms(0755));
+    return path_ / relative_path;
+  }
 
  private:
   std::filesystem::path path_;

@@ -26,8 +26,8 @@ class CommandsTest : public CliTest {
       GTEST_SKIP() << "this machine does not let a program have mounts of its own";
     }
     fs::create_directories(root_.path() / "run/systemd/system");
-    write_program("stand-in/systemctl",
-                  "[ \"$1\" = cat ] || echo \"$1 $3\" >>\"$KAVO_ROOT/switched\"\n");
+    root_.write_program("stand-in/systemctl",
+                        "[ \"$1\" = cat ] || echo \"$1 $3\" >>\"$KAVO_ROOT/switched\"\n");
     std::string shares;
     for (const auto& [name, path] : {std::pair("photos", "/0"), std::pair(kAwkward, "/1")}) {
       fs::create_directories(root_.path().string() + path + "/#recycle");
@@ -38,10 +38,6 @@ class CommandsTest : public CliTest {
     root_.write("etc/kavo/shares.json", R"({"shares": [)" + shares + "]}");
   }
 
-  void write_program(const std::string& path, const std::string& script) const {
-    root_.write(path, "#!/bin/sh\n" + script);
-    fs::permissions(root_.path() / path, fs::perms::owner_all);
-  }
   void put(int share, const std::string& file, std::size_t size = 1) const {
     root_.write(std::to_string(share) + "/#recycle/" + file, std::string(size, 'x'));
   }
@@ -126,8 +122,8 @@ TEST_F(CommandsTest, StartsAndStopsServicesThenPackages) {
   const std::string packages = "usr/kavo/packages/";
   root_.write(packages + kAwkward + "/manifest.json",
               R"({"startable": true, "script": "control", "name": )" + quoted(kAwkward) + "}");
-  write_program(packages + kAwkward + "/control",
-                "echo \"$1 package\" >>\"$KAVO_ROOT/switched\"\n");
+  root_.write_program(packages + kAwkward + "/control",
+                      "echo \"$1 package\" >>\"$KAVO_ROOT/switched\"\n");
   root_.write(packages + "index/manifest.json",
               R"({"name": "index", "startable": true, "units": ["index.service"]})");
   for (const std::string action : {"start", "stop"}) {

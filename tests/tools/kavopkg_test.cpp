@@ -2,8 +2,6 @@
 
 namespace {
 
-using testing::HasSubstr;
-
 const std::string kTool = KAVOPKG;
 
 class KavoPkg : public SystemdTest {
@@ -15,11 +13,8 @@ class KavoPkg : public SystemdTest {
   // A package "scripted" whose script writes down how it was called.
   std::filesystem::path install_script() const {
     install("scripted", R"("scripted", "startable": true, "script": "bin/control")");
-    root_.write("usr/kavo/packages/scripted/bin/control",
-                "#!/bin/sh\necho \"$# $1\" >>\"$KAVO_ROOT/log\"\n");
-    auto script = root_.path() / "usr/kavo/packages/scripted/bin/control";
-    EXPECT_EQ(chmod(script.c_str(), 0755), 0);
-    return script;
+    return root_.write_program("usr/kavo/packages/scripted/bin/control",
+                               "echo \"$# $1\" >>\"$KAVO_ROOT/log\"\n");
   }
 };
 
@@ -34,9 +29,7 @@ TEST_F(KavoPkg, SwitchesPackagesByTheirManifest) {
   EXPECT_EQ(switched(), "1 stop\nstop a.service\nstop b.socket\n");
 
   std::filesystem::remove(root_.path() / "run/systemd/system");  // which units need and scripts not
-  const Finished done = run(kTool + " start web scripted");
-  EXPECT_EQ(done.code, 1);
-  EXPECT_THAT(done.err, HasSubstr("\"web\": systemd does not run here"));
+  expect_end(run(kTool + " start web scripted"), 1, {"\"web\": systemd does not run here"});
   EXPECT_EQ(switched(), "1 start\n");
 }
 
@@ -46,14 +39,11 @@ TEST_F(KavoPkg, ReportsPackagesItCannotSwitchAndDoesTheOthers) {
   install("broken", "");
   install("web2", R"("web2", "startable": true, "units": ["c.service"])");
   root_.write("failing", "a.service\n");
-  const Finished done = run(kTool + " stop web data broken absent ../packages/web2 web2");
-  EXPECT_EQ(done.code, 1);
+  expect_end(
+      run(kTool + " stop web data broken absent ../packages/web2 web2"), 1,
+      {"\"web\": systemctl stop a.service ended with 1", "\"data\": it has nothing",
+       "\"broken\": its manifest", "\"absent\": there is no", "\"../packages/web2\": there is no"});
   EXPECT_EQ(switched(), "stop a.service\nstop b.service\nstop c.service\n");
-  for (const char* part : {"\"web\": systemctl stop a.service ended with 1",
-                           "\"data\": it has nothing", "\"broken\": its manifest",
-                           "\"absent\": there is no", "\"../packages/web2\": there is no"}) {
-    EXPECT_THAT(done.err, HasSubstr(part));
-  }
   EXPECT_EQ(run(kTool + " list").out,
             "\"broken\"\t\tbroken\n\"data\"\t\"D \\x1b[2J\"\tnot startable\n"
             "\"web\"\t\"web\"\tstartable\n\"web2\"\t\"web2\"\tstartable\n");
@@ -63,9 +53,7 @@ TEST_F(KavoPkg, RunsNoScriptThatOthersCanChange) {
   const std::filesystem::path script = install_script();
   const std::filesystem::path folder = script.parent_path();
   const auto refused = [this](const char* why) {
-    const Finished done = run(kTool + " start scripted");
-    EXPECT_EQ(done.code, 1) << why;
-    EXPECT_THAT(done.err, HasSubstr(why));
+    expect_end(run(kTool + " start scripted"), 1, {why});
     EXPECT_EQ(switched(), "") << why;
   };
   for (const auto& [path, mode, why] :

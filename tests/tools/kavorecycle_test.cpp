@@ -1,16 +1,13 @@
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <json/json.h>
 
-#include "base/descriptor.h"
 #include "shares/shares.h"
 #include "tool_test.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -122,14 +119,12 @@ TEST_F(KavoRecycle, ReportsSharesItCannotCleanAndDoesTheOthers) {
   fs::remove_all(share("a"));
   fs::remove_all(bin("c"));
   root_.write("volume/c/#recycle", "a file");
-  const Finished done = run(kTool + " --clean a nobody b c");
-  EXPECT_EQ(done.code, 1);
-  EXPECT_THAT(done.err, AllOf(HasSubstr("there is no share \"nobody\""),
-                              HasSubstr("the folder of share \"a\": No such file"),
-                              HasSubstr("the recycle bin of share \"c\": Not a directory")));
+  expect_end(run(kTool + " --clean a nobody b c"), 1,
+             {"there is no share \"nobody\"", "the folder of share \"a\": No such file",
+              "the recycle bin of share \"c\": Not a directory"});
   EXPECT_TRUE(!holds("b") && holds("d"));
   root_.write("etc/kavo/shares.json", "{");
-  EXPECT_THAT(run(kTool + " --clean").err, HasSubstr("shares.json"));
+  expect_end(run(kTool + " --clean"), 1, {"shares.json"});
 }
 
 TEST_F(KavoRecycle, SwitchesBins) {
@@ -150,34 +145,29 @@ TEST_F(KavoRecycle, SwitchesBins) {
 TEST_F(KavoRecycle, NeverFollowsALink) {
   configure({"a", "b", "c"});
   root_.write("outside/precious", "x");
-  const fs::path outside = root_.path() / "outside";
-  fs::create_symlink(outside / "precious", bin("a") / "to file");
-  fs::create_directory_symlink(outside, bin("a") / "to folder");
-  fs::create_symlink("nowhere", bin("a") / "to nothing");
-  fs::rename(bin("b"), share("b") / "real");
-  fs::create_directory_symlink("real", bin("b"));
-  fs::rename(share("c"), root_.path() / "volume/real c");
-  fs::create_directory_symlink("real c", share("c"));
-  const Finished done = run(kTool + " --clean");
-  EXPECT_EQ(done.code, 1);
+  ASSERT_EQ(run("cd volume && ln -s ../../../outside/precious 'a/#recycle/to file'\n"
+                "ln -s ../../../outside 'a/#recycle/to folder'\n"
+                "ln -s nowhere 'a/#recycle/to nothing'\n"
+                "mv 'b/#recycle' b/real && ln -s real 'b/#recycle'\n"
+                "mv c 'real c' && ln -s 'real c' c")
+                .code,
+            0);
+  expect_end(run(kTool + " --clean"), 1,
+             {"the recycle bin of share \"b\"", "the folder of share \"c\""});
   EXPECT_EQ(count("a"), 0U);
-  EXPECT_THAT(done.err, HasSubstr("the recycle bin of share \"b\""));
-  EXPECT_THAT(done.err, HasSubstr("the folder of share \"c\""));
-  EXPECT_TRUE(holds("b") && holds("c") && fs::exists(outside / "precious"));
+  EXPECT_TRUE(holds("b") && holds("c") && fs::exists(root_.path() / "outside/precious"));
 }
 
 TEST_F(KavoRecycle, CleansManyFilesAndShowsProgressOnATerminalOnly) {
   configure({"a"});
   fs::remove(bin("a") / "file");
   put_many("a");
-  Finished done = run("script -qec '" + kTool + " --dry-run --clean' /dev/null");
-  EXPECT_THAT(done.out, HasSubstr("\r\"a\": 9500 files"));
-  EXPECT_THAT(done.out, HasSubstr("would remove 10000 files and 200 folders"));
-  EXPECT_THAT(run(kTool + " --clean a -s 50000 -o 1").out, HasSubstr("removed 5000 files"));
-  done = run(kTool + " --clean a");
+  expect_end(run("script -qec '" + kTool + " --dry-run --clean' /dev/null"), 0,
+             {"\r\"a\": 9500 files", "would remove 10000 files and 200 folders"});
+  expect_end(run(kTool + " --clean a -s 50000 -o 1"), 0, {"removed 5000 files"});
+  const Finished done = run(kTool + " --clean a");
   EXPECT_EQ(done.err, "");
-  EXPECT_THAT(done.out, HasSubstr("removed 5000 files"));
-  EXPECT_THAT(done.out, HasSubstr("freed 50000 bytes"));
+  expect_end(done, 0, {"removed 5000 files", "freed 50000 bytes"});
   EXPECT_TRUE(fs::is_empty(bin("a")));
 }
 
@@ -187,8 +177,7 @@ TEST_F(KavoRecycle, SharesTheWorkWithAnotherCleaning) {
     put_many("a");
     const Finished done = run("clean='" + kTool + " --clean a" + policy +
                               "'; $clean & $clean; first=$?; wait $! && exit $first");
-    EXPECT_EQ(done.code, 0);
-    EXPECT_EQ(done.err, "");
+    EXPECT_TRUE(done.code == 0 && done.err == "") << done.err;
     EXPECT_EQ(run(kTool + " --clean").code, 0);
     EXPECT_EQ(count("a"), 0U);
   }
@@ -198,15 +187,12 @@ TEST_F(KavoRecycle, CleansDeepFoldersWithFewDescriptorsAndASmallStack) {
   configure({"a"});
   for (const std::string policy : {"", " -s 0 -o 1"}) {
     put("a", "file");
-    kavo::Descriptor folder(open(bin("a").c_str(), O_RDONLY | O_DIRECTORY));
-    for (int level = 0; level < 400; ++level) {
-      ASSERT_EQ(mkdirat(folder.get(), "folder", 0755), 0);
-      folder = kavo::Descriptor(openat(folder.get(), "folder", O_RDONLY | O_DIRECTORY));
-      const kavo::Descriptor file(openat(folder.get(), "file", O_WRONLY | O_CREAT, 0644));
-      ASSERT_EQ(write(file.get(), "x", 1), 1);
-    }
-    const Finished done = run("ulimit -n 100 && ulimit -s 64 && " + kTool + " --clean" + policy);
-    EXPECT_THAT(done.out, HasSubstr("removed 401 files and 400 folders")) << done.err;
+    ASSERT_EQ(run("cd 'volume/a/#recycle'; for level in $(seq 400); do\n"
+                  "mkdir folder && cd folder && printf x >file || exit 1; done")
+                  .code,
+              0);
+    expect_end(run("ulimit -n 100 && ulimit -s 64 && " + kTool + " --clean" + policy), 0,
+               {"removed 401 files and 400 folders"});
     EXPECT_EQ(count("a"), 0U);
   }
 }
@@ -218,15 +204,14 @@ TEST_F(KavoRecycle, GoesOnAfterWhatItCannotRemove) {
   put("a", "open/file");
   std::string as_user = kTool;
   if (geteuid() == 0) {
-    ASSERT_EQ(run("chown -R 65534:65534 '" + root_.path().string() + "'").code, 0);
+    ASSERT_EQ(run("chown -R 65534:65534 .").code, 0);
     as_user = "setpriv --reuid 65534 --regid 65534 --clear-groups " + kTool;
   }
   ASSERT_EQ(chmod((bin("a") / "locked").c_str(), 0555), 0);
   for (const std::string policy : {"", " -s 0 -o 1"}) {
     put("b", "file");
     const Finished done = run(as_user + " --clean" + policy);
-    EXPECT_EQ(done.code, 1);
-    EXPECT_THAT(done.err, HasSubstr("share \"a\", \"locked/file\": Permission denied"));
+    expect_end(done, 1, {"share \"a\", \"locked/file\": Permission denied"});
     EXPECT_THAT(done.err, Not(HasSubstr("open")));
     EXPECT_EQ(count("a"), 2U);
     EXPECT_FALSE(holds("b"));
@@ -241,15 +226,12 @@ TEST_F(KavoRecycle, StaysOutOfMounts) {
   put("a", "other/own");
   put("a", "same/own");
   root_.write("outside/precious", "x");
-  const std::string in = "'" + bin("a").string() + "/";
-  const Finished done =
-      run("unshare -m sh -c \"mount -t tmpfs none " + in + "other' && touch " + in +
-          "other/file' && mount --bind '" + (root_.path() / "outside").string() + "' " + in +
-          "same' && " + kTool + " --clean; echo \\$?; ls " + in + "other'\"");
-  EXPECT_THAT(done.out, HasSubstr("removed 1 files and 0 folders"));
-  EXPECT_THAT(done.out, HasSubstr("\n1\nfile\n"));
-  EXPECT_THAT(done.err, HasSubstr("\"other\": lies on another file system"));
-  EXPECT_THAT(done.err, HasSubstr("\"same\": lies on another file system"));
+  expect_end(run("unshare -m sh -c \"cd 'volume/a/#recycle' && mount -t tmpfs none other && "
+                 "touch other/file && mount --bind ../../../outside same && " +
+                 kTool + " --clean; echo \\$?; ls other\""),
+             0,
+             {"removed 1 files and 0 folders", "\n1\nfile\n",
+              "\"other\": lies on another file system", "\"same\": lies on another file system"});
   EXPECT_TRUE(fs::exists(root_.path() / "outside/precious"));
 }
 

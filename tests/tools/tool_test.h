@@ -17,6 +17,12 @@ class ToolTest : public testing::Test {
  protected:
   Finished run(const std::string& command) const { return run_in(root_, command); }
 
+  // Expects an exit code, and these texts in what was written.
+  static void expect_end(const Finished& done, int code, const std::vector<const char*>& texts) {
+    EXPECT_EQ(done.code, code) << done.err;
+    for (const char* text : texts) EXPECT_THAT(done.out + done.err, testing::HasSubstr(text));
+  }
+
   // Expects each of these to be refused before anything is done.
   void expect_wrong_use(const std::string& tool, const std::vector<const char*>& arguments) const {
     for (const char* wrong : arguments) {
@@ -43,14 +49,13 @@ class SystemdTest : public ToolTest {
  protected:
   SystemdTest() {
     std::filesystem::create_directories(root_.path() / "run/systemd/system");
-    root_.write("stand-in/systemctl",
-                "#!/bin/sh\n"
-                "test \"$2\" = -- || exit 9\n"
-                "if test \"$1\" = cat; then grep -qxF \"$3\" \"$KAVO_ROOT/installed\"; exit; fi\n"
-                "echo \"$1 $3\" >>\"$KAVO_ROOT/log\"\n"
-                "! grep -qxF \"$3\" \"$KAVO_ROOT/failing\"\n");
+    root_.write_program(
+        "stand-in/systemctl",
+        "test \"$2\" = -- || exit 9\n"
+        "if test \"$1\" = cat; then grep -qxF \"$3\" \"$KAVO_ROOT/installed\"; exit; fi\n"
+        "echo \"$1 $3\" >>\"$KAVO_ROOT/log\"\n"
+        "! grep -qxF \"$3\" \"$KAVO_ROOT/failing\"\n");
     root_.write("failing", "");
-    EXPECT_EQ(chmod((root_.path() / "stand-in/systemctl").c_str(), 0700), 0);
     setenv("PATH", (root_.path().string() + "/stand-in:" + path_).c_str(), 1);
   }
   ~SystemdTest() override { setenv("PATH", path_.c_str(), 1); }
