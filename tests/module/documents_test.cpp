@@ -48,7 +48,7 @@ TEST_F(DocumentTest, Get) {
 TEST_F(DocumentTest, AppOperationsOfGetSeeTheWholeDocument) {
   Standalone<HookHandler> alone(R"({"id": 12})"_json);
   alone.handler.Process_v2("get");
-  const Json::Value data = alone.response.only().data;
+  const Json::Value data = only(alone.response).data;
   EXPECT_TRUE(data["can_edit_owner"].asBool());
   EXPECT_EQ(compact(data["extra"]), "{\"of\":12,\"shown\":true}\n");
   EXPECT_FALSE(data.isMember("app"));
@@ -85,7 +85,7 @@ TEST_F(DocumentTest, Set) {
     platform.fail("SetCommand");  // the result of a setter does not matter
     take_calls();
     alone.handler.Process("set", version);
-    EXPECT_EQ(alone.response.only(), success(R"({"id": 12})"_json));
+    EXPECT_EQ(only(alone.response), success(R"({"id": 12})"_json));
     EXPECT_EQ(take_calls(),
               (Lines{"ReConstructJsonSet_App", "KAVOSchedTaskAlloc",
                      "KAVOSchedTaskConvertFromJson_Basic", "KAVOSchedTaskConvertFromJson_Schedule",
@@ -102,7 +102,7 @@ TEST_F(DocumentTest, Set) {
   // An empty document is a new task; a "create" with an id overwrites that task.
   Standalone<HookHandler> fresh;
   fresh.handler.Process_v1("set");
-  EXPECT_EQ(fresh.response.only(), success(R"({"id": 13})"_json));
+  EXPECT_EQ(only(fresh.response), success(R"({"id": 13})"_json));
   EXPECT_EQ(compact(platform.basic_document), compact(R"({
       "basic": {"id": "-1", "task_name": null, "owner": null, "enabled": "off"},
       "schedule": {"min": null, "week_name": null, "repeat": null}, "app": "reshaped"})"_json));

@@ -33,7 +33,7 @@ class FailureTest : public ModuleTest {
     } else if (!alone.handler.GetOriginAppObj(section)) {
       alone.handler.ReportError();
     }
-    return alone.response.only();
+    return only(alone.response);
   }
 };
 

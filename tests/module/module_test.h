@@ -1,5 +1,5 @@
-// What the module's tests share: a request and a response, JSON literals, and a fixture that calls
-// the module as a server does and fails on whatever is left over.
+// What the module's tests share: JSON literals, answers, and a fixture that calls the module as a
+// server does and fails on whatever is left over.
 #pragma once
 
 #include <app_parser.h>
@@ -8,7 +8,6 @@
 #include <json/json.h>
 
 #include <algorithm>
-#include <charconv>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "module/fake_platform.h"
+#include "web/request.h"
 
 constexpr const char* kBeep = "KAVO.ZEL.TaskScheduler.Beep";
 constexpr const char* kScript = "KAVO.ZEL.TaskScheduler.Script";
@@ -60,60 +60,13 @@ inline Answer error(int code, const std::string& message = "") {
   return {false, code, message.empty() ? Json::Value() : json(R"({"msg": ")" + message + "\"}")};
 }
 
-class FakeRequest : public KAVO::APIRequest {
- public:
-  explicit FakeRequest(Json::Value parameters, std::string language = "en-US")
-      : parameters_(std::move(parameters)), language_(std::move(language)) {}
-
-  std::string GetUILanguage() const override { return language_; }
-  KAVO::APIParameter<int> GetAndCheckInt(const std::string& name, PARAM_NECESSITY necessity,
-                                         bool (*validator)(int)) const override {
-    EXPECT_EQ(validator, nullptr);
-    const Json::Value value = parameters_[name];
-    const std::string text = value.isString() || value.isInt() ? value.asString() : "";
-    int number = 0;
-    const auto [stop, fault] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return parameter(name, necessity, number, fault == std::errc() && *stop == '\0');
-  }
-  KAVO::APIParameter<std::string> GetAndCheckString(
-      const std::string& name, PARAM_NECESSITY necessity,
-      bool (*validator)(const std::string&)) const override {
-    EXPECT_EQ(validator, nullptr);
-    const Json::Value value = parameters_[name];
-    return parameter(name, necessity, value.isString() ? value.asString() : std::string(),
-                     value.isString());
-  }
-  Json::Value GetParam(const std::string& name, const Json::Value& fallback) const override {
-    return name.empty() ? parameters_ : parameters_.get(name, fallback);
-  }
-
- private:
-  template <typename T>
-  KAVO::APIParameter<T> parameter(const std::string& name, PARAM_NECESSITY necessity, T value,
-                                  bool readable) const {
-    using Parameter = KAVO::APIParameter<T>;
-    if (!parameters_.isMember(name)) return Parameter::Absent(necessity == PARAM_REQUIRED);
-    return readable ? Parameter::Of(value) : Parameter::Unreadable();
-  }
-
-  Json::Value parameters_;
-  std::string language_;
-};
-
-class FakeResponse : public KAVO::APIResponse {
- public:
-  void SetSuccess(const Json::Value& data) override { answers.push_back({true, 0, data}); }
-  void SetError(int code, const Json::Value& data) override {
-    answers.push_back({false, code, data});
-  }
-  // The one answer; anything else fails the test.
-  Answer only() const {
-    EXPECT_EQ(answers.size(), 1U);
-    return answers.empty() ? Answer() : answers.front();
-  }
-
-  std::vector<Answer> answers;
-};
+// The one answer; none or more than one fails the test.
+inline Answer only(const kavo::JsonResponse& response) {
+  EXPECT_EQ(response.answers(), 1);
+  const Json::Value& envelope = response.envelope();
+  if (response.success()) return success(envelope["data"]);
+  return {false, envelope["error"]["code"].asInt(), envelope["error"]["data"]};
+}
 
 // Fails on a record, a list or a hash that is still held, and on a log line that was not taken.
 class ModuleTest : public ::testing::Test {
@@ -130,10 +83,10 @@ class ModuleTest : public ::testing::Test {
                      const std::string& language = "en-US") {
     const KAVO::APIMethod* row = GetAPITable();
     while (row->api != nullptr && (method != row->method || version != row->version)) ++row;
-    FakeRequest request(parameters, language);
-    FakeResponse response;
+    kavo::JsonRequest request(parameters, language);
+    kavo::JsonResponse response;
     row->handler(&request, &response);
-    return response.only();
+    return only(response);
   }
 
   static Lines take_log() { return std::exchange(platform.log, {}); }
@@ -152,12 +105,13 @@ class ModuleTest : public ::testing::Test {
 template <typename Handler>
 struct Standalone {
   explicit Standalone(Json::Value parameters = Json::objectValue)
-      : request(std::move(parameters)),
+      : request(std::move(parameters), "en-US"),
         parser(std::make_unique<KAVO::Core::TaskScheduler::AppParser>("en-US")),
         handler(&request, &response, parser.get()) {}
 
-  FakeRequest request;
-  FakeResponse response;
+  kavo::JsonRequest request;
+  kavo::JsonResponse response;
+
   std::unique_ptr<KAVO::Core::TaskScheduler::AppParser> parser;
   Handler handler;
 };
