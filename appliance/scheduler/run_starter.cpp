@@ -3,30 +3,49 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 #include <system_error>
 
 #include "base/process_descriptor.h"
 #include "base/root.h"
+#include "scheduler/run_handover.h"
 
 namespace kavo {
 namespace {
 
-constexpr char kRunner[] = "/usr/kavo/lib/kavo-runner";
-constexpr int kLockDescriptor = 3;
+constexpr char kMaker[] = "/usr/kavo/lib/kavo-runner";
+constexpr int kMakerSocket = 3;
+constexpr timeval kMakerPatience = {10, 0};  // it answers within microseconds, unless it is dead
 
-// The attributes and files of a process that inherits nothing but the lock.
+struct SocketPair {
+  Descriptor mine;
+  Descriptor other;
+};
+
+SocketPair socket_pair(int type) {
+  int ends[2] = {-1, -1};
+  if (socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends) != 0) {
+    throw std::system_error(errno, std::generic_category());
+  }
+  return {Descriptor(ends[0]), Descriptor(ends[1])};
+}
+
+// The attributes and files of a process that inherits nothing but its socket.
 class SpawnSettings {
  public:
-  explicit SpawnSettings(int lock) {
+  explicit SpawnSettings(int socket) {
     posix_spawn_file_actions_init(&files_);
     posix_spawnattr_init(&attributes_);
     for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
       posix_spawn_file_actions_addopen(&files_, standard, "/dev/null", O_RDWR, 0);
     }
-    posix_spawn_file_actions_adddup2(&files_, lock, kLockDescriptor);
+    posix_spawn_file_actions_adddup2(&files_, socket, kMakerSocket);
     sigset_t none;
     sigset_t all;
     sigemptyset(&none);
@@ -53,20 +72,66 @@ class SpawnSettings {
 
 }  // namespace
 
-Descriptor RunnerStarter::start(std::int64_t run_id, const RunLock& lock) {
-  const SpawnSettings settings(lock.descriptor());
-  const std::string runner = rooted(kRunner);
-  const std::string id = std::to_string(run_id);
+RunnerStarter::~RunnerStarter() {
+  end_maker();
+}
+
+// Asks for a runner; none when nobody answers.
+std::optional<Runner> RunnerStarter::ask(std::int64_t run_id, const RunLock& lock) {
+  if (!socket_.valid()) {
+    return std::nullopt;
+  }
+  SocketPair line = socket_pair(SOCK_STREAM);
+  RunnerAnswer answer;
+  if (!send_request(socket_.get(), run_id, lock.descriptor(), line.other.get()) ||
+      recv(socket_.get(), &answer, sizeof answer, 0) != sizeof answer) {
+    return std::nullopt;
+  }
+  if (answer.error != 0) {
+    throw std::system_error(answer.error, std::generic_category());
+  }
+  return Runner{answer.process, hold_process(answer.process), std::move(line.mine)};
+}
+
+Runner RunnerStarter::start(std::int64_t run_id, const RunLock& lock) {
+  // A maker that has ended is replaced. Should it have made a runner before it ended, still only one
+  // of two can be marked as the runner of this run.
+  std::optional<Runner> runner = ask(run_id, lock);
+  if (!runner) {
+    end_maker();
+    start_maker();
+    runner = ask(run_id, lock);
+  }
+  if (!runner) {
+    throw std::system_error(ECONNRESET, std::generic_category(), "It ended at once");
+  }
+  return std::move(*runner);
+}
+
+void RunnerStarter::start_maker() {
+  SocketPair sockets = socket_pair(SOCK_SEQPACKET);
+  setsockopt(sockets.mine.get(), SOL_SOCKET, SO_RCVTIMEO, &kMakerPatience, sizeof kMakerPatience);
+  const SpawnSettings settings(sockets.other.get());
+  const std::string maker = rooted(kMaker);
   std::string root = "KAVO_ROOT=" + rooted("");
-  const char* const arguments[] = {runner.c_str(), id.c_str(), nullptr};
+  const char* const arguments[] = {maker.c_str(), nullptr};
   char* const environment[] = {root.data(), nullptr};
-  pid_t process = 0;
-  const int error = posix_spawn(&process, runner.c_str(), settings.files(), settings.attributes(),
+  const int error = posix_spawn(&maker_, maker.c_str(), settings.files(), settings.attributes(),
                                 const_cast<char* const*>(arguments), environment);
   if (error != 0) {
+    maker_ = 0;
     throw std::system_error(error, std::generic_category());
   }
-  return hold_process(process);
+  socket_ = std::move(sockets.mine);
+}
+
+void RunnerStarter::end_maker() {
+  socket_ = Descriptor();
+  if (maker_ > 0) {
+    (void)kill(maker_, SIGKILL);  // in case that it hangs
+    (void)waitpid(maker_, nullptr, 0);
+    maker_ = 0;
+  }
 }
 
 }  // namespace kavo

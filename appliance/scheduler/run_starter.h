@@ -1,26 +1,46 @@
 // Starting the runner of a run.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
+#include <optional>
 
 #include "base/descriptor.h"
 #include "store/run_lock.h"
 
 namespace kavo {
 
+// A runner that was started and waits for its run. When `line` is closed before hand_over() has
+// given it the run, it takes the run from the store.
+struct Runner {
+  pid_t process = 0;
+  Descriptor end;  // readable once it has ended; invalid when it cannot be watched
+  Descriptor line;
+};
+
 class RunStarter {
  public:
   virtual ~RunStarter() = default;
-  // Starts the runner of a run and hands it the run's lock. Returns a descriptor that is readable
-  // once the runner has ended; an invalid one when it was started but cannot be watched. Throws
-  // std::system_error when it was not started.
-  virtual Descriptor start(std::int64_t run_id, const RunLock& lock) = 0;
+  // Starts the runner of a run and hands it the run's lock. Throws std::system_error when it was
+  // not started.
+  virtual Runner start(std::int64_t run_id, const RunLock& lock) = 0;
 };
 
-// Starts "/usr/kavo/lib/kavo-runner" as a child in a session of its own.
+// Has runners made by "/usr/kavo/lib/kavo-runner", a process that is started with the first of them
+// and ends when this object does; the runners go on.
 class RunnerStarter : public RunStarter {
  public:
-  Descriptor start(std::int64_t run_id, const RunLock& lock) override;
+  ~RunnerStarter() override;
+  Runner start(std::int64_t run_id, const RunLock& lock) override;
+
+ private:
+  std::optional<Runner> ask(std::int64_t run_id, const RunLock& lock);
+  void start_maker();
+  void end_maker();
+
+  pid_t maker_ = 0;  // the process that makes runners; 0 for none
+  Descriptor socket_;
 };
 
 }  // namespace kavo

@@ -1,25 +1,30 @@
-// kavo-runner: the process of one run. Started by the scheduler with the run's lock as
-// descriptor 3.
+// kavo-runner: makes the processes of runs, its runners. Started by the scheduler with its socket as
+// descriptor 3; ends with the scheduler. Making a runner is a fork of this small process, which is
+// much quicker than to start a program, and which has nothing of the store open.
 //
-// It marks the run as started, executes its command, and writes the output and the end of the run
-// to the store, so that the scheduler may end meanwhile. TERM stops the run.
+// A runner executes the command of its run, and writes the output and the end of the run to the
+// store, so that the scheduler may end meanwhile. TERM stops the run.
 
 #include <linux/close_range.h>
+#include <pwd.h>
+#include <signal.h>
+#include <sys/socket.h>
 #include <syslog.h>
 #include <unistd.h>
 
-#include <charconv>
+#include <cerrno>
 #include <chrono>
-#include <cstring>
+#include <cstdio>
 #include <string>
 #include <thread>
 
 #include "scheduler/execute.h"
+#include "scheduler/run_handover.h"
 #include "store/failure.h"
 
 namespace {
 
-constexpr unsigned int kFirstForeignDescriptor = 4;
+constexpr int kSocket = 3;
 // A disk that is full, or a store that is locked, may be so for a while: a run is worth waiting
 // for.
 constexpr std::chrono::seconds kRetry{1};
@@ -52,38 +57,88 @@ bool save_output(std::int64_t run_id, std::size_t position, std::string_view byt
   }
 }
 
-void run(std::int64_t run_id) {
-  if (!insist(run_id, "started", [&] { return kavo::mark_started(run_id, getpid()); })) {
+// The run, once it is marked as started by this process: from the scheduler, which has marked it
+// before, or from the store when that is gone. None when the run is not to be started.
+std::optional<kavo::Run> take_run(const kavo::RunnerRequest& request) {
+  if (auto run = kavo::take_over(request.line)) {
+    return run;
+  }
+  return insist(request.run_id, "started",
+                [&] { return kavo::mark_started(request.run_id, getpid()); });
+}
+
+void execute(const kavo::RunnerRequest& request) {
+  const auto run = take_run(request);
+  if (!run) {
     return;
   }
   kavo::ExecuteOptions options;
   options.save_output = [&](std::size_t position, std::string_view bytes) {
-    return save_output(run_id, position, bytes);
+    return save_output(run->id, position, bytes);
   };
-  const kavo::Run claimed = insist(run_id, "running", [&] { return kavo::load_run(run_id); });
-  const kavo::RunEnd end = kavo::execute(claimed, options);
-  insist(run_id, end.result, [&] {
-    kavo::end_run(run_id, end);
+  const kavo::RunEnd end = kavo::execute(*run, options);
+  insist(run->id, end.result, [&] {
+    kavo::end_run(run->id, end);
     return true;
   });
 }
 
+// The life of a runner. Whatever else the process has goes away with it.
+[[noreturn]] void be_runner(const kavo::RunnerRequest& request) {
+  close(kSocket);
+  setsid();
+  (void)signal(SIGCHLD, SIG_DFL);
+  kavo::accept_stops();
+  try {
+    execute(request);
+    _exit(0);
+  } catch (const std::exception& error) {
+    syslog(LOG_ERR, "Run %lld: %s", static_cast<long long>(request.run_id), error.what());
+    _exit(1);
+  }
+}
+
+kavo::RunnerAnswer make_runner(const kavo::RunnerRequest& request) {
+  if (!request.lock.valid() || !request.line.valid()) {
+    return {0, EMFILE};
+  }
+  const pid_t process = fork();
+  if (process == 0) {
+    be_runner(request);
+  }
+  return process < 0 ? kavo::RunnerAnswer{0, errno} : kavo::RunnerAnswer{process, 0};
+}
+
+void serve() {
+  while (const auto request = kavo::receive_request(kSocket)) {
+    const kavo::RunnerAnswer answer = make_runner(*request);
+    (void)send(kSocket, &answer, sizeof answer, MSG_NOSIGNAL);  // the next request fails, too
+  }
+}
+
+// The signals of a process that makes runners: TERM is for them, from their first moment on, and
+// nobody waits for their ends.
+void set_signals() {
+  sigset_t blocked;
+  sigemptyset(&blocked);
+  sigaddset(&blocked, SIGTERM);
+  sigprocmask(SIG_BLOCK, &blocked, nullptr);
+  (void)signal(SIGCHLD, SIG_IGN);
+}
+
 }  // namespace
 
-int main(int argc, char** argv) {
-  std::int64_t run_id = 0;
-  if (argc != 2 || std::from_chars(argv[1], argv[1] + strlen(argv[1]), run_id).ec != std::errc()) {
-    dprintf(STDERR_FILENO, "kavo-runner is started by kavo-schedd, for one run.\n");
+int main() {
+  int type = 0;
+  socklen_t size = sizeof type;
+  if (getsockopt(kSocket, SOL_SOCKET, SO_TYPE, &type, &size) != 0 || type != SOCK_SEQPACKET) {
+    (void)dprintf(STDERR_FILENO, "kavo-runner is started by kavo-schedd.\n");
     return 2;
   }
-  close_range(kFirstForeignDescriptor, ~0U, 0);
-  kavo::accept_stops();
+  close_range(kSocket + 1, ~0U, 0);
+  set_signals();
   openlog("kavo-runner", LOG_PID, LOG_CRON);
-  try {
-    run(run_id);
-    return 0;
-  } catch (const std::exception& error) {
-    syslog(LOG_ERR, "Run %lld: %s", static_cast<long long>(run_id), error.what());
-    return 1;
-  }
+  (void)getpwuid(0);  // reads the configuration of look-ups once for all runners
+  serve();
+  return 0;
 }

@@ -1,7 +1,6 @@
 #include "scheduler/running_runs.h"
 
 #include <sys/epoll.h>
-#include <sys/wait.h>
 
 #include <array>
 #include <cerrno>
@@ -49,10 +48,6 @@ std::vector<std::int64_t> RunningRuns::take_ended() {
     for (int i = 0; i < count; ++i) {
       const auto id = static_cast<std::int64_t>(events[static_cast<std::size_t>(i)].data.u64);
       const auto run = runs_.find(id);
-      // Reaps the runner where it is a child of this process; others are their parents' business.
-      siginfo_t ignored = {};
-      (void)waitid(P_PIDFD, static_cast<id_t>(run->second.runner.get()), &ignored,
-                   WEXITED | WNOHANG);
       take_one(of_app_, run->second.app);
       if (run->second.app_alone) {
         take_one(alone_of_app_, run->second.app);

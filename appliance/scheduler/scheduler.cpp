@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <map>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 #include "base/clock.h"
 #include "base/process_descriptor.h"
+#include "scheduler/run_handover.h"
 #include "store/due_times.h"
 #include "store/run_claim.h"
 #include "store/settings.h"
@@ -155,26 +157,43 @@ void Scheduler::start_waiting_runs() {
     }
     return true;
   });
+  start(chosen);
+}
+
+// Runners are started first and get their runs when these are marked, all in one transaction. When
+// this process is killed before, or the store fails, they see to that themselves.
+void Scheduler::start(const std::vector<WaitingRun>& chosen) {
+  std::vector<RunStart> starts;
+  std::map<std::int64_t, Descriptor> lines;
   for (const WaitingRun& run : chosen) {
-    start(run);
+    if (auto runner = start_runner(run)) {
+      starts.push_back({run.id, runner->process});
+      lines[run.id] = std::move(runner->line);
+    }
+  }
+  if (starts.empty()) {
+    return;
+  }
+  for (const Run& run : mark_started(starts)) {
+    hand_over(std::move(lines[run.id]), run);
   }
 }
 
-void Scheduler::start(const WaitingRun& run) {
+std::optional<Runner> Scheduler::start_runner(const WaitingRun& run) {
   RunLock lock;
   if (!lock.take(run.id)) {
     // A runner that was started before this scheduler has it, and is about to mark it.
     adopt_ = retry_ = true;
-    return;
+    return std::nullopt;
   }
-  Descriptor runner;
   try {
-    runner = starter_.start(run.id, lock);
+    Runner runner = starter_.start(run.id, lock);
+    watch(run.id, run.app, run.app_alone, std::move(runner.end));
+    return runner;
   } catch (const std::system_error& error) {
     not_started(run.id, error);
-    return;
+    return std::nullopt;
   }
-  watch(run.id, run.app, run.app_alone, std::move(runner));
 }
 
 void Scheduler::not_started(std::int64_t run_id, const std::system_error& error) {

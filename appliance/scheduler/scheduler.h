@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "scheduler/run_starter.h"
 #include "scheduler/running_runs.h"
@@ -50,7 +51,8 @@ class Scheduler {
   void adopt_started_runs();
   void settle_ended_runs();
   void start_waiting_runs();
-  void start(const WaitingRun& run);
+  void start(const std::vector<WaitingRun>& chosen);
+  std::optional<Runner> start_runner(const WaitingRun& run);
   void not_started(std::int64_t run_id, const std::system_error& error);
   void watch(std::int64_t run_id, const std::string& app, bool app_alone, Descriptor runner);
   void trim_history(std::int64_t now);

@@ -184,10 +184,22 @@ void create_folder(const std::filesystem::path& folder) {
                      "The folder " + folder.string() + " cannot be created: " + strerror(errno));
 }
 
+// Waits a little for others to let go of the store, in short steps: many processes write for a
+// fraction of a millisecond, and SQLite's own steps grow to a tenth of a second.
+int wait_a_little(void* /*unused*/, int waited) {
+  constexpr int kStep = 1;
+  if (waited * kStep >= kBusyMilliseconds) {
+    return 0;
+  }
+  sqlite3_sleep(kStep);
+  return 1;
+}
+
 std::unique_ptr<SQLite::Database> open(const std::string& file) {
   create_folder(store_folder());
   auto database = std::make_unique<SQLite::Database>(
-      file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, kBusyMilliseconds);
+      file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+  wait_for_others(*database);
   database->exec("PRAGMA journal_mode = WAL");
   database->exec("PRAGMA synchronous = FULL");
   migrate(*database);
@@ -223,6 +235,10 @@ SQLite::Database& connection() {
   current.file = file;
   current.process = getpid();
   return *current.database;
+}
+
+void wait_for_others(SQLite::Database& database) {
+  sqlite3_busy_handler(database.getHandle(), wait_a_little, nullptr);
 }
 
 StoreFailure store_failure(const SQLite::Exception& error, SourcePlace place) {

@@ -22,6 +22,9 @@ std::string store_file();
 // SQLite::Exception or StoreFailure.
 SQLite::Database& connection();
 
+// Lets statements wait for others, as those of a connection do from the beginning.
+void wait_for_others(SQLite::Database& database);
+
 // The store's failure for one of SQLite.
 StoreFailure store_failure(const SQLite::Exception& error, SourcePlace place);
 

@@ -14,6 +14,7 @@ namespace kavo {
 // The columns that read_run() reads, and the table: "SELECT ... FROM runs ".
 extern const char kSelectRuns[];
 Run read_run(SQLite::Statement& row);
+Run find_run(SQLite::Database& database, std::int64_t id);
 
 // Inserts a waiting run of a task. Its id.
 std::int64_t insert_run(SQLite::Database& database, const Task& task, int time_limit,

@@ -60,7 +60,7 @@ class Unhurried {
   ~Unhurried() {
     try {
       database_.exec("PRAGMA synchronous = FULL");
-      database_.setBusyTimeout(kBusyMilliseconds);
+      wait_for_others(database_);
     } catch (const SQLite::Exception&) {  // neither touches the file
     }
   }
@@ -95,6 +95,15 @@ Run read_run(SQLite::Statement& row) {
   run.code = optional_number<int>(row, 15);
   run.note = row.getColumn(16).getString();
   return run;
+}
+
+Run find_run(SQLite::Database& database, std::int64_t id) {
+  SQLite::Statement statement(database, std::string(kSelectRuns) + "WHERE id = ?");
+  statement.bind(1, id);
+  if (!statement.executeStep()) {
+    throw no_such_run(id);
+  }
+  return read_run(statement);
 }
 
 std::int64_t insert_run(SQLite::Database& database, const Task& task, int time_limit,
@@ -158,16 +167,28 @@ bool has_unfinished_run(SQLite::Database& database, int task_id) {
   return found;
 }
 
-bool mark_started(std::int64_t id, pid_t runner) {
-  return with_store([&](SQLite::Database& database) {
-    SQLite::Statement statement(database,
-                                "UPDATE runs SET started = ?, runner = ? "
-                                "WHERE id = ? AND started IS NULL AND ended IS NULL");
-    statement.bind(1, Clock::now());
-    statement.bind(2, runner);
-    statement.bind(3, id);
-    return statement.exec() != 0;
+std::vector<Run> mark_started(const std::vector<RunStart>& starts) {
+  return in_transaction([&](SQLite::Database& database) {
+    SQLite::Statement mark(database,
+                           "UPDATE runs SET started = coalesce(started, ?1), runner = ?3 WHERE id = ?2 "
+                           "AND ended IS NULL AND (started IS NULL OR runner = ?3)");
+    std::vector<Run> runs;
+    for (const RunStart& start : starts) {
+      mark.reset();
+      mark.bind(1, Clock::now());
+      mark.bind(2, start.id);
+      mark.bind(3, start.runner);
+      if (mark.exec() != 0) {
+        runs.push_back(find_run(database, start.id));
+      }
+    }
+    return runs;
   });
+}
+
+std::optional<Run> mark_started(std::int64_t id, pid_t runner) {
+  const std::vector<Run> runs = mark_started({{id, runner}});
+  return runs.empty() ? std::nullopt : std::optional(runs[0]);
 }
 
 bool append_output(std::int64_t id, std::size_t position, std::string_view bytes) {
@@ -193,14 +214,7 @@ void end_run(std::int64_t id, const RunEnd& end) {
 }
 
 Run load_run(std::int64_t id) {
-  return with_store([&](SQLite::Database& database) {
-    SQLite::Statement statement(database, std::string(kSelectRuns) + "WHERE id = ?");
-    statement.bind(1, id);
-    if (!statement.executeStep()) {
-      throw no_such_run(id);
-    }
-    return read_run(statement);
-  });
+  return with_store([&](SQLite::Database& database) { return find_run(database, id); });
 }
 
 std::string run_output(std::int64_t id, std::size_t position) {

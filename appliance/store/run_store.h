@@ -62,9 +62,14 @@ struct RunEnd {
   std::size_t output_position = 0;  // and the number of bytes that were
 };
 
-// By the runner `runner`, as the first thing it does. False when the run is not to be started: it
-// was stopped or taken back, or another runner has it.
-bool mark_started(std::int64_t id, pid_t runner);
+// Marks runs as started, each by the process that is its runner; in one transaction. Returns those
+// that are its runner's now: not one that was stopped or taken back, or that another runner has.
+struct RunStart {
+  std::int64_t id = 0;
+  pid_t runner = 0;
+};
+std::vector<Run> mark_started(const std::vector<RunStart>& starts);
+std::optional<Run> mark_started(std::int64_t id, pid_t runner);
 
 // Saves output of a run that goes on, from its `position`-th byte on. False, at once, when the
 // store is busy. What the system has not yet written is lost with its power.
