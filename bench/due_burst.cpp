@@ -81,7 +81,8 @@ void plain_loop(const std::string& folder, int tasks) {
     start({"/bin/sh", "-c", command_of(folder, number)});
     ++running;
   }
-  while (wait(nullptr) > 0) {
+  for (; running > 0; --running) {
+    wait(nullptr);
   }
 }
 
