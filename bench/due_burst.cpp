@@ -141,8 +141,9 @@ std::vector<double> measure_scheduler(const std::string& folder) {
   wait_until(due);
   const auto unfinished = [] {
     return kavo::connection()
-        .execAndGet("SELECT (SELECT count(*) FROM runs WHERE ended IS NULL) + "
-                    "(SELECT count(*) FROM tasks WHERE next_run <= unixepoch())")
+        .execAndGet(
+            "SELECT (SELECT count(*) FROM runs WHERE ended IS NULL) + "
+            "(SELECT count(*) FROM tasks WHERE next_run <= unixepoch())")
         .getInt();
   };
   for (int i = 0; unfinished() > 0 && i < 600; ++i) {

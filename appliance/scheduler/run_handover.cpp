@@ -1,21 +1,25 @@
 #include "scheduler/run_handover.h"
 
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/uio.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace kavo {
 namespace {
 
 constexpr std::size_t kDescriptors = 2;
-constexpr std::size_t kFields = 6;
+constexpr std::size_t kMostOfRun = 140 << 10;
+constexpr std::size_t kMostOfReport = 16 << 10;  // a longer one is the runner's own to record
+constexpr timeval kPatience = {10, 0};           // with a scheduler that has got a report
+constexpr int kNoCode = -1;
+const std::string kRecorded = "recorded";
 
 // A packet with room for the descriptors.
 struct Packet {
@@ -31,23 +35,45 @@ struct Packet {
   msghdr header = {};
 };
 
-void append(std::string& text, const std::string& field) {
-  text += field;
-  text += '\0';  // which no text of a task holds
-}
+// A packet of fields, none of which but the last holds a zero byte.
+class Fields {
+ public:
+  Fields() = default;
+  explicit Fields(std::string text) : text_(std::move(text)) {}
 
-std::vector<std::string> fields_of(const std::string& text) {
-  std::vector<std::string> fields;
-  for (std::size_t at = 0, end = 0; (end = text.find('\0', at)) != std::string::npos;
-       at = end + 1) {
-    fields.push_back(text.substr(at, end - at));
+  void add(const std::string& field) { text_ += field + '\0'; }
+  void add_last(const std::string& field) { text_ += field; }
+  std::string next() {
+    const std::size_t end = std::min(text_.find('\0', at_), text_.size());
+    const std::string field = text_.substr(at_, end - at_);
+    at_ = std::min(end + 1, text_.size());
+    return field;
   }
-  return fields;
+  template <typename Number>
+  Number next_number() {
+    const std::string field = next();
+    Number number = 0;
+    std::from_chars(field.data(), field.data() + field.size(), number);
+    return number;
+  }
+  std::string last() const { return text_.substr(at_); }
+  const std::string& text() const { return text_; }
+
+ private:
+  std::string text_;
+  std::size_t at_ = 0;
+};
+
+bool send_packet(const Line& line, const std::string& bytes) {
+  return send(line.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) >= 0;
 }
 
-template <typename Number>
-void read_number(const std::string& text, Number& number) {
-  std::from_chars(text.data(), text.data() + text.size(), number);
+// The next packet; empty when there is none, or only a part of it fits.
+std::string receive_packet(const Line& line, std::size_t most) {
+  std::string bytes(most, '\0');
+  const ssize_t size = recv(line.get(), bytes.data(), bytes.size(), MSG_TRUNC);
+  bytes.resize(size < 0 || size > static_cast<ssize_t>(most) ? 0 : static_cast<std::size_t>(size));
+  return bytes;
 }
 
 }  // namespace
@@ -79,39 +105,68 @@ std::optional<RunnerRequest> receive_request(int socket) {
   return request;
 }
 
-void hand_over(Descriptor line, const Run& run) {
-  std::string text;
-  append(text, std::to_string(run.id));
-  append(text, std::to_string(run.task_id));
-  append(text, std::to_string(run.time_limit));
-  append(text, run.task_name);
-  append(text, run.owner);
-  append(text, run.command);
-  (void)send(line.get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+void hand_over(const Line& line, const Run& run) {
+  Fields fields;
+  fields.add(std::to_string(run.id));
+  fields.add(std::to_string(run.task_id));
+  fields.add(std::to_string(run.time_limit));
+  fields.add(run.owner);
+  fields.add(run.task_name);
+  fields.add(run.command);
+  if (fields.text().size() > kMostOfRun || !send_packet(line, fields.text())) {
+    leave_alone(line);
+  }
 }
 
-std::optional<Run> take_over(const Descriptor& line) {
-  std::string text;
-  std::array<char, 4096> buffer;
-  for (ssize_t count = 0; (count = read(line.get(), buffer.data(), buffer.size())) != 0;) {
-    if (count > 0) {
-      text.append(buffer.data(), static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      return std::nullopt;
-    }
+void leave_alone(const Line& line) {
+  (void)shutdown(line.get(), SHUT_WR);
+}
+
+std::optional<RunEnd> receive_report(const Line& line) {
+  Fields fields(receive_packet(line, kMostOfReport));
+  if (fields.text().empty()) {
+    return std::nullopt;
   }
-  const std::vector<std::string> fields = fields_of(text);
-  if (fields.size() != kFields) {
+  RunEnd end;
+  end.result = fields.next();
+  if (const int code = fields.next_number<int>(); code != kNoCode) {
+    end.code = code;
+  }
+  end.note = fields.next();
+  end.output_position = fields.next_number<std::size_t>();
+  end.output = fields.last();
+  return end;
+}
+
+void acknowledge(const Line& line) {
+  (void)send_packet(line, kRecorded);
+}
+
+std::optional<Run> take_over(const Line& line) {
+  Fields fields(receive_packet(line, kMostOfRun));
+  if (fields.text().empty()) {
     return std::nullopt;
   }
   Run run;
-  read_number(fields[0], run.id);
-  read_number(fields[1], run.task_id);
-  read_number(fields[2], run.time_limit);
-  run.task_name = fields[3];
-  run.owner = fields[4];
-  run.command = fields[5];
+  run.id = fields.next_number<std::int64_t>();
+  run.task_id = fields.next_number<int>();
+  run.time_limit = fields.next_number<int>();
+  run.owner = fields.next();
+  run.task_name = fields.next();
+  run.command = fields.next();
   return run;
+}
+
+bool report(const Line& line, const RunEnd& end) {
+  Fields fields;
+  fields.add(end.result);
+  fields.add(std::to_string(end.code.value_or(kNoCode)));
+  fields.add(end.note);
+  fields.add(std::to_string(end.output_position));
+  fields.add_last(end.output);
+  setsockopt(line.get(), SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
+  return fields.text().size() <= kMostOfReport && send_packet(line, fields.text()) &&
+         receive_packet(line, kRecorded.size()) == kRecorded;
 }
 
 }  // namespace kavo

@@ -30,10 +30,23 @@ struct RunnerAnswer {
   int error = 0;
 };
 
-// Gives a runner its run: id, owner, command, time limit, task id and name. Never waits, and never
-// fails: a runner that does not get all of it takes the run from the store.
-void hand_over(Descriptor line, const Run& run);
-// Waits for the run; none when the line was closed without it.
-std::optional<Run> take_over(const Descriptor& line);
+// The line between the scheduler and a runner. Either end can go at any time: what the scheduler
+// did not do, the runner does itself, with the store.
+using Line = Descriptor;
+
+// The scheduler gives a runner its run: id, owner, command, time limit, task id and name. Never
+// waits and never fails: what does not get through is like leave_alone().
+void hand_over(const Line& line, const Run& run);
+// The scheduler tells a runner to see to its run itself. The line still tells of the runner's end.
+void leave_alone(const Line& line);
+// The report on a line that is readable; none when the runner has ended without one.
+std::optional<RunEnd> receive_report(const Line& line);
+// Tells the runner that its report was recorded.
+void acknowledge(const Line& line);
+
+// The runner waits for its run; none when it is left alone.
+std::optional<Run> take_over(const Line& line);
+// Reports the end of the run to the scheduler; true once that has recorded it.
+bool report(const Line& line, const RunEnd& end);
 
 }  // namespace kavo

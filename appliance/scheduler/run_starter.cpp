@@ -12,9 +12,7 @@
 #include <string>
 #include <system_error>
 
-#include "base/process_descriptor.h"
 #include "base/root.h"
-#include "scheduler/run_handover.h"
 
 namespace kavo {
 namespace {
@@ -28,9 +26,9 @@ struct SocketPair {
   Descriptor other;
 };
 
-SocketPair socket_pair(int type) {
+SocketPair socket_pair() {
   int ends[2] = {-1, -1};
-  if (socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends) != 0) {
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
     throw std::system_error(errno, std::generic_category());
   }
   return {Descriptor(ends[0]), Descriptor(ends[1])};
@@ -81,7 +79,7 @@ std::optional<Runner> RunnerStarter::ask(std::int64_t run_id, const RunLock& loc
   if (!socket_.valid()) {
     return std::nullopt;
   }
-  SocketPair line = socket_pair(SOCK_STREAM);
+  SocketPair line = socket_pair();
   RunnerAnswer answer;
   if (!send_request(socket_.get(), run_id, lock.descriptor(), line.other.get()) ||
       recv(socket_.get(), &answer, sizeof answer, 0) != sizeof answer) {
@@ -90,12 +88,12 @@ std::optional<Runner> RunnerStarter::ask(std::int64_t run_id, const RunLock& loc
   if (answer.error != 0) {
     throw std::system_error(answer.error, std::generic_category());
   }
-  return Runner{answer.process, hold_process(answer.process), std::move(line.mine)};
+  return Runner{answer.process, std::move(line.mine)};
 }
 
 Runner RunnerStarter::start(std::int64_t run_id, const RunLock& lock) {
-  // A maker that has ended is replaced. Should it have made a runner before it ended, still only one
-  // of two can be marked as the runner of this run.
+  // A maker that has ended is replaced. Should it have made a runner before it ended, still only
+  // one of two can be marked as the runner of this run.
   std::optional<Runner> runner = ask(run_id, lock);
   if (!runner) {
     end_maker();
@@ -109,7 +107,7 @@ Runner RunnerStarter::start(std::int64_t run_id, const RunLock& lock) {
 }
 
 void RunnerStarter::start_maker() {
-  SocketPair sockets = socket_pair(SOCK_SEQPACKET);
+  SocketPair sockets = socket_pair();
   setsockopt(sockets.mine.get(), SOL_SOCKET, SO_RCVTIMEO, &kMakerPatience, sizeof kMakerPatience);
   const SpawnSettings settings(sockets.other.get());
   const std::string maker = rooted(kMaker);

@@ -7,16 +7,15 @@
 #include <optional>
 
 #include "base/descriptor.h"
+#include "scheduler/run_handover.h"
 #include "store/run_lock.h"
 
 namespace kavo {
 
-// A runner that was started and waits for its run. When `line` is closed before hand_over() has
-// given it the run, it takes the run from the store.
+// A runner that was started and waits on the line for its run.
 struct Runner {
   pid_t process = 0;
-  Descriptor end;  // readable once it has ended; invalid when it cannot be watched
-  Descriptor line;
+  Line line;
 };
 
 class RunStarter {

@@ -1,10 +1,12 @@
-// kavo-runner: makes the processes of runs, its runners. Started by the scheduler with its socket as
-// descriptor 3; ends with the scheduler. Making a runner is a fork of this small process, which is
-// much quicker than to start a program, and which has nothing of the store open.
+// kavo-runner: makes the processes of runs, its runners. Started by the scheduler with its socket
+// as descriptor 3; ends with the scheduler. Making a runner is a fork of this small process, which
+// is much quicker than to start a program, and which has nothing of the store open.
 //
-// A runner executes the command of its run, and writes the output and the end of the run to the
-// store, so that the scheduler may end meanwhile. TERM stops the run.
+// A runner executes the command of its run and saves its output. While the scheduler lives, that
+// marks the run as started and records its end, for many runs at once; a runner whose scheduler is
+// gone, or fails, does so itself. TERM stops the run.
 
+#include <grp.h>
 #include <linux/close_range.h>
 #include <pwd.h>
 #include <signal.h>
@@ -57,26 +59,24 @@ bool save_output(std::int64_t run_id, std::size_t position, std::string_view byt
   }
 }
 
-// The run, once it is marked as started by this process: from the scheduler, which has marked it
-// before, or from the store when that is gone. None when the run is not to be started.
-std::optional<kavo::Run> take_run(const kavo::RunnerRequest& request) {
-  if (auto run = kavo::take_over(request.line)) {
-    return run;
-  }
-  return insist(request.run_id, "started",
-                [&] { return kavo::mark_started(request.run_id, getpid()); });
-}
-
 void execute(const kavo::RunnerRequest& request) {
-  const auto run = take_run(request);
+  auto run = kavo::take_over(request.line);
+  const bool handed_over = run.has_value();
+  if (!handed_over) {
+    run = insist(request.run_id, "started",
+                 [&] { return kavo::mark_started(request.run_id, getpid()); });
+  }
   if (!run) {
-    return;
+    return;  // it is not to be started
   }
   kavo::ExecuteOptions options;
   options.save_output = [&](std::size_t position, std::string_view bytes) {
     return save_output(run->id, position, bytes);
   };
   const kavo::RunEnd end = kavo::execute(*run, options);
+  if (handed_over && kavo::report(request.line, end)) {
+    return;
+  }
   insist(run->id, end.result, [&] {
     kavo::end_run(run->id, end);
     return true;
@@ -126,6 +126,14 @@ void set_signals() {
   (void)signal(SIGCHLD, SIG_IGN);
 }
 
+// Once for all runners: the system loads what looks up accounts and groups with the first use.
+void look_up_accounts() {
+  (void)getpwuid(0);
+  gid_t group = 0;
+  int count = 1;
+  (void)getgrouplist("root", 0, &group, &count);
+}
+
 }  // namespace
 
 int main() {
@@ -138,7 +146,7 @@ int main() {
   close_range(kSocket + 1, ~0U, 0);
   set_signals();
   openlog("kavo-runner", LOG_PID, LOG_CRON);
-  (void)getpwuid(0);  // reads the configuration of look-ups once for all runners
+  look_up_accounts();
   serve();
   return 0;
 }

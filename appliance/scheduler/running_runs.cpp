@@ -9,7 +9,7 @@
 namespace kavo {
 namespace {
 
-constexpr int kEndsAtOnce = 64;
+constexpr int kEventsAtOnce = 64;
 
 void take_one(std::map<std::string, int>& counts, const std::string& app) {
   const auto count = counts.find(app);
@@ -20,44 +20,43 @@ void take_one(std::map<std::string, int>& counts, const std::string& app) {
 
 }  // namespace
 
-RunningRuns::RunningRuns() : ends_(epoll_create1(EPOLL_CLOEXEC)) {
-  if (!ends_.valid()) {
+RunningRuns::RunningRuns() : events_(epoll_create1(EPOLL_CLOEXEC)) {
+  if (!events_.valid()) {
     throw std::system_error(errno, std::generic_category(), "epoll_create1");
   }
 }
 
-void RunningRuns::add(std::int64_t id, const std::string& app, bool app_alone, Descriptor runner) {
+void RunningRuns::add(RunningRun run) {
   epoll_event event = {};
   event.events = EPOLLIN;
-  event.data.u64 = static_cast<std::uint64_t>(id);
-  if (epoll_ctl(ends_.get(), EPOLL_CTL_ADD, runner.get(), &event) != 0) {
+  event.data.u64 = static_cast<std::uint64_t>(run.id);
+  if (epoll_ctl(events_.get(), EPOLL_CTL_ADD, run.runner.get(), &event) != 0) {
     throw std::system_error(errno, std::generic_category(), "epoll_ctl");
   }
-  runs_.insert_or_assign(id, Running{app, app_alone, std::move(runner)});
-  ++of_app_[app];
-  if (app_alone) {
-    ++alone_of_app_[app];
+  ++of_app_[run.app];
+  if (run.app_alone) {
+    ++alone_of_app_[run.app];
   }
+  runs_.insert_or_assign(run.id, std::move(run));
 }
 
-std::vector<std::int64_t> RunningRuns::take_ended() {
-  std::vector<std::int64_t> ended;
-  std::array<epoll_event, kEndsAtOnce> events{};
-  for (int count = kEndsAtOnce; count == kEndsAtOnce;) {
-    count = epoll_wait(ends_.get(), events.data(), kEndsAtOnce, 0);
+std::vector<RunningRun> RunningRuns::take_readable() {
+  std::vector<RunningRun> taken;
+  std::array<epoll_event, kEventsAtOnce> events{};
+  for (int count = kEventsAtOnce; count == kEventsAtOnce;) {
+    count = epoll_wait(events_.get(), events.data(), kEventsAtOnce, 0);
     for (int i = 0; i < count; ++i) {
       const auto id = static_cast<std::int64_t>(events[static_cast<std::size_t>(i)].data.u64);
-      const auto run = runs_.find(id);
-      take_one(of_app_, run->second.app);
-      if (run->second.app_alone) {
-        take_one(alone_of_app_, run->second.app);
+      RunningRun run = std::move(runs_.extract(id).mapped());
+      take_one(of_app_, run.app);
+      if (run.app_alone) {
+        take_one(alone_of_app_, run.app);
       }
-      (void)epoll_ctl(ends_.get(), EPOLL_CTL_DEL, run->second.runner.get(), nullptr);
-      runs_.erase(run);
-      ended.push_back(id);
+      (void)epoll_ctl(events_.get(), EPOLL_CTL_DEL, run.runner.get(), nullptr);
+      taken.push_back(std::move(run));
     }
   }
-  return ended;
+  return taken;
 }
 
 bool RunningRuns::lets_start(const std::string& app, bool app_alone) const {

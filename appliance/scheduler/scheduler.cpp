@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 #include <map>
 #include <system_error>
 #include <utility>
@@ -11,8 +12,8 @@
 
 #include "base/clock.h"
 #include "base/process_descriptor.h"
-#include "scheduler/run_handover.h"
 #include "store/due_times.h"
+#include "store/failure.h"
 #include "store/run_claim.h"
 #include "store/settings.h"
 #include "store/state.h"
@@ -121,7 +122,7 @@ void Scheduler::adopt_started_runs() {
     // The process is held first and the lock looked at then, see RunLock.
     Descriptor runner = hold_process(run.runner);
     if (RunLock::is_held(run.id)) {
-      watch(run.id, run.app, run.app_alone, std::move(runner));
+      watch({run.id, run.app, run.app_alone, std::move(runner)});
     } else {
       unsettled_.insert(run.id);
     }
@@ -129,12 +130,40 @@ void Scheduler::adopt_started_runs() {
 }
 
 void Scheduler::settle_ended_runs() {
-  for (const std::int64_t id : running_.take_ended()) {
-    unsettled_.insert(id);
+  std::vector<RunningRun> reported;
+  std::map<std::int64_t, RunEnd> ends;
+  for (RunningRun& run : running_.take_readable()) {
+    if (auto end = receive_report(run.runner)) {
+      ends.emplace(run.id, std::move(*end));
+      reported.push_back(std::move(run));
+    } else {
+      unsettled_.insert(run.id);
+    }
   }
+  record(reported, ends);
   while (!unsettled_.empty()) {
     settle_run(*unsettled_.begin());
     unsettled_.erase(unsettled_.begin());
+  }
+}
+
+// The ends that runners have reported, in one transaction.
+void Scheduler::record(std::vector<RunningRun>& reported,
+                       const std::map<std::int64_t, RunEnd>& ends) {
+  if (reported.empty()) {
+    return;
+  }
+  try {
+    end_runs(ends);
+  } catch (const StoreFailure&) {
+    for (RunningRun& run : reported) {
+      leave_alone(run.runner);
+      watch(std::move(run));
+    }
+    throw;
+  }
+  for (const RunningRun& run : reported) {
+    acknowledge(run.runner);
   }
 }
 
@@ -164,35 +193,42 @@ void Scheduler::start_waiting_runs() {
 // this process is killed before, or the store fails, they see to that themselves.
 void Scheduler::start(const std::vector<WaitingRun>& chosen) {
   std::vector<RunStart> starts;
-  std::map<std::int64_t, Descriptor> lines;
-  for (const WaitingRun& run : chosen) {
-    if (auto runner = start_runner(run)) {
-      starts.push_back({run.id, runner->process});
-      lines[run.id] = std::move(runner->line);
+  std::map<std::int64_t, Run> marked;
+  std::exception_ptr failure;
+  try {
+    for (const WaitingRun& run : chosen) {
+      if (const pid_t runner = start_runner(run); runner != 0) {
+        starts.push_back({run.id, runner});
+      }
     }
+    marked = mark_started(starts);
+  } catch (...) {
+    failure = std::current_exception();
   }
-  if (starts.empty()) {
-    return;
+  for (const RunStart& start : starts) {
+    const Line& line = running_.runner(start.id);
+    const auto run = marked.find(start.id);
+    run == marked.end() ? leave_alone(line) : hand_over(line, run->second);
   }
-  for (const Run& run : mark_started(starts)) {
-    hand_over(std::move(lines[run.id]), run);
+  if (failure) {
+    std::rethrow_exception(failure);
   }
 }
 
-std::optional<Runner> Scheduler::start_runner(const WaitingRun& run) {
+// The process of the runner, which waits for its run; 0 when there is none.
+pid_t Scheduler::start_runner(const WaitingRun& run) {
   RunLock lock;
   if (!lock.take(run.id)) {
     // A runner that was started before this scheduler has it, and is about to mark it.
     adopt_ = retry_ = true;
-    return std::nullopt;
+    return 0;
   }
   try {
     Runner runner = starter_.start(run.id, lock);
-    watch(run.id, run.app, run.app_alone, std::move(runner.end));
-    return runner;
+    return watch({run.id, run.app, run.app_alone, std::move(runner.line)}) ? runner.process : 0;
   } catch (const std::system_error& error) {
     not_started(run.id, error);
-    return std::nullopt;
+    return 0;
   }
 }
 
@@ -208,14 +244,15 @@ void Scheduler::not_started(std::int64_t run_id, const std::system_error& error)
 
 // Counts a run as running until its runner has ended. One that cannot be watched for now is adopted
 // later.
-void Scheduler::watch(std::int64_t run_id, const std::string& app, bool app_alone,
-                      Descriptor runner) {
+bool Scheduler::watch(RunningRun run) {
+  const std::int64_t id = run.id;
   try {
-    running_.add(run_id, app, app_alone, std::move(runner));
+    running_.add(std::move(run));
+    return true;
   } catch (const std::system_error& error) {
-    syslog(LOG_WARNING, "Run %lld cannot be watched: %s", static_cast<long long>(run_id),
-           error.what());
+    syslog(LOG_WARNING, "Run %lld cannot be watched: %s", static_cast<long long>(id), error.what());
     adopt_ = retry_ = true;
+    return false;
   }
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -36,7 +37,7 @@ class Scheduler {
   // After pass().
   std::optional<std::int64_t> next_pass() const { return next_pass_; }
 
-  // Readable when a runner has ended.
+  // Readable when a runner has something to tell, or has ended.
   int descriptor() const { return running_.descriptor(); }
 
   // The clock would have shown this moment now, had it not been set. Before a pass().
@@ -50,11 +51,12 @@ class Scheduler {
   void renew_next_runs(std::int64_t now);
   void adopt_started_runs();
   void settle_ended_runs();
+  void record(std::vector<RunningRun>& reported, const std::map<std::int64_t, RunEnd>& ends);
   void start_waiting_runs();
   void start(const std::vector<WaitingRun>& chosen);
-  std::optional<Runner> start_runner(const WaitingRun& run);
+  pid_t start_runner(const WaitingRun& run);
   void not_started(std::int64_t run_id, const std::system_error& error);
-  void watch(std::int64_t run_id, const std::string& app, bool app_alone, Descriptor runner);
+  bool watch(RunningRun run);
   void trim_history(std::int64_t now);
 
   RunStarter& starter_;

@@ -167,19 +167,23 @@ bool has_unfinished_run(SQLite::Database& database, int task_id) {
   return found;
 }
 
-std::vector<Run> mark_started(const std::vector<RunStart>& starts) {
+std::map<std::int64_t, Run> mark_started(const std::vector<RunStart>& starts) {
+  if (starts.empty()) {
+    return {};
+  }
   return in_transaction([&](SQLite::Database& database) {
-    SQLite::Statement mark(database,
-                           "UPDATE runs SET started = coalesce(started, ?1), runner = ?3 WHERE id = ?2 "
-                           "AND ended IS NULL AND (started IS NULL OR runner = ?3)");
-    std::vector<Run> runs;
+    SQLite::Statement mark(
+        database,
+        "UPDATE runs SET started = coalesce(started, ?1), runner = ?3 WHERE id = ?2 "
+        "AND ended IS NULL AND (started IS NULL OR runner = ?3)");
+    std::map<std::int64_t, Run> runs;
     for (const RunStart& start : starts) {
       mark.reset();
       mark.bind(1, Clock::now());
       mark.bind(2, start.id);
       mark.bind(3, start.runner);
       if (mark.exec() != 0) {
-        runs.push_back(find_run(database, start.id));
+        runs.emplace(start.id, find_run(database, start.id));
       }
     }
     return runs;
@@ -187,8 +191,8 @@ std::vector<Run> mark_started(const std::vector<RunStart>& starts) {
 }
 
 std::optional<Run> mark_started(std::int64_t id, pid_t runner) {
-  const std::vector<Run> runs = mark_started({{id, runner}});
-  return runs.empty() ? std::nullopt : std::optional(runs[0]);
+  const auto runs = mark_started(std::vector<RunStart>{{id, runner}});
+  return runs.empty() ? std::nullopt : std::optional(runs.at(id));
 }
 
 bool append_output(std::int64_t id, std::size_t position, std::string_view bytes) {
@@ -207,8 +211,14 @@ bool append_output(std::int64_t id, std::size_t position, std::string_view bytes
 }
 
 void end_run(std::int64_t id, const RunEnd& end) {
+  end_runs({{id, end}});
+}
+
+void end_runs(const std::map<std::int64_t, RunEnd>& ends) {
   in_transaction([&](SQLite::Database& database) {
-    write_end(database, id, end);
+    for (const auto& [id, end] : ends) {
+      write_end(database, id, end);
+    }
     return true;
   });
 }

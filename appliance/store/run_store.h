@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -68,7 +69,7 @@ struct RunStart {
   std::int64_t id = 0;
   pid_t runner = 0;
 };
-std::vector<Run> mark_started(const std::vector<RunStart>& starts);
+std::map<std::int64_t, Run> mark_started(const std::vector<RunStart>& starts);
 std::optional<Run> mark_started(std::int64_t id, pid_t runner);
 
 // Saves output of a run that goes on, from its `position`-th byte on. False, at once, when the
@@ -78,6 +79,8 @@ bool append_output(std::int64_t id, std::size_t position, std::string_view bytes
 // Records the end of a run, now, and trims the history of its task. Nothing happens when the run
 // has ended already.
 void end_run(std::int64_t id, const RunEnd& end);
+// The same for many runs, in one transaction.
+void end_runs(const std::map<std::int64_t, RunEnd>& ends);
 
 Run load_run(std::int64_t id);
 // What the run wrote so far, standard output and standard error in one, as bytes; from its

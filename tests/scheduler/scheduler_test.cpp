@@ -40,7 +40,7 @@ class RecordingStarter : public kavo::RunStarter {
     runners[run_id] = {kavo::Descriptor(ends[1]),
                        kavo::Descriptor(fcntl(lock.descriptor(), F_DUPFD_CLOEXEC, 0))};
     if (run_id == killed_with) throw Killed();
-    return {getpid(), kavo::Descriptor(ends[0]), kavo::Descriptor()};
+    return {getpid(), kavo::Descriptor(ends[0])};
   }
 
   // The runner records an end and goes.
