@@ -7,9 +7,21 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
-#include <vector>
 
 namespace kavo {
+namespace {
+
+std::vector<gid_t> groups_of(const passwd& account) {
+  std::vector<gid_t> groups(32);
+  int count = static_cast<int>(groups.size());
+  while (getgrouplist(account.pw_name, account.pw_gid, groups.data(), &count) < 0) {
+    groups.resize(static_cast<std::size_t>(count));
+  }
+  groups.resize(static_cast<std::size_t>(count));
+  return groups;
+}
+
+}  // namespace
 
 Identity find_identity(const std::string& name) {
   std::vector<char> buffer(1024);
@@ -29,11 +41,13 @@ Identity find_identity(const std::string& name) {
     throw std::runtime_error("A task of \"" + name + "\" can only be run by root.");
   }
   const std::string shell = entry.pw_shell;
-  return {name, entry.pw_uid, entry.pw_gid, entry.pw_dir, shell.empty() ? "/bin/sh" : shell};
+  return {name,         entry.pw_uid,
+          entry.pw_gid, geteuid() == 0 ? groups_of(entry) : std::vector<gid_t>(),
+          entry.pw_dir, shell.empty() ? "/bin/sh" : shell};
 }
 
 bool take_on(const Identity& identity) {
-  return geteuid() != 0 || (initgroups(identity.name.c_str(), identity.group) == 0 &&
+  return geteuid() != 0 || (setgroups(identity.groups.size(), identity.groups.data()) == 0 &&
                             setresgid(identity.group, identity.group, identity.group) == 0 &&
                             setresuid(identity.user, identity.user, identity.user) == 0);
 }

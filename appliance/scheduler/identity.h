@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
 
 namespace kavo {
 
@@ -11,6 +12,7 @@ struct Identity {
   std::string name;
   uid_t user = 0;
   gid_t group = 0;
+  std::vector<gid_t> groups;  // with the supplementary ones; only looked up by root
   std::string home;
   std::string shell;
 };
@@ -20,7 +22,8 @@ struct Identity {
 Identity find_identity(const std::string& name);
 
 // Takes on the identity with its supplementary groups, for good. False, with errno set, when the
-// system refuses; the process must then not go on. Does nothing in a process that is not root.
+// system refuses; the process must then not go on. Does nothing in a process that is not root. Only
+// makes calls of the system.
 bool take_on(const Identity& identity);
 
 }  // namespace kavo
