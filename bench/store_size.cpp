@@ -3,16 +3,14 @@
 //
 //   store_size FOLDER          a folder for the stores, which is emptied first
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "base/clock.h"
+#include "median.h"
 #include "scheduler/run_starter.h"
 #include "scheduler/scheduler.h"
 #include "store/database.h"
@@ -24,26 +22,8 @@ namespace {
 constexpr std::int64_t kNoon = 1793880000;  // 2026-11-05 12:00 UTC
 
 struct StartsNothing : kavo::RunStarter {
-  kavo::Descriptor start(std::int64_t, const kavo::RunLock&) override { return {}; }
+  kavo::Runner start(std::int64_t, const kavo::RunLock&) override { return {}; }
 };
-
-double milliseconds(const std::function<void()>& work) {
-  const auto begin = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin)
-      .count();
-}
-
-double median_of(
-    int rounds, const std::function<void()>& work, const std::function<void()>& prepare = [] {}) {
-  std::vector<double> times;
-  for (int i = 0; i < rounds; ++i) {
-    prepare();
-    times.push_back(milliseconds(work));
-  }
-  std::sort(times.begin(), times.end());
-  return times[times.size() / 2];
-}
 
 kavo::TaskRecord task(int hour) {
   kavo::TaskRecord record;

@@ -7,7 +7,9 @@
 #include <chrono>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -21,6 +23,7 @@ struct KillRounds {
   int claimed = 0;    // runs in the store
   int accounted = 0;  // runs that ended as they should and wrote their ids to the file once
   int lost = 0;       // moments without a run, and runs that wrote nothing
+  int refusals = 0;   // of the store to this driver, or of a scheduler to start
   int doubled = 0;    // moments with several runs, and runs that wrote more than once
 };
 
@@ -28,6 +31,20 @@ struct KillRounds {
 // each round, the tasks that are not due are made due, and a scheduler is started and killed up to
 // `longest_round` later. The last one is left to finish.
 class KillRoundsDriver {
+  // Until the store goes along with it.
+  template <typename Operation>
+  auto insist(Operation operation) {
+    for (int i = 0;; ++i) {
+      try {
+        return operation();
+      } catch (const std::runtime_error&) {
+        if (i == 1000) throw;
+        ++refusals_;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+  }
+
  public:
   KillRoundsDriver(std::string scheduler, std::string file, std::chrono::microseconds longest_round)
       : scheduler_(std::move(scheduler)), file_(std::move(file)), longest_(longest_round) {}
@@ -37,15 +54,16 @@ class KillRoundsDriver {
     std::uniform_int_distribution<long> microseconds(0, longest_.count());
     KillRounds result;
     for (; result.rounds < rounds; ++result.rounds) {
-      result.due += make_due(result.rounds);
-      SchedulerProcess scheduler(scheduler_);
+      result.due += insist([&] { return make_due(result.rounds); });
+      const auto scheduler = insist([&] { return std::make_unique<SchedulerProcess>(scheduler_); });
       usleep(static_cast<useconds_t>(microseconds(random)));
-      scheduler.end(SIGKILL);
+      scheduler->end(SIGKILL);
     }
-    const SchedulerProcess last(scheduler_);
-    for (int i = 0; i < 6000 && goes_on(); ++i) {
+    const auto last = insist([&] { return std::make_unique<SchedulerProcess>(scheduler_); });
+    for (int i = 0; i < 6000 && insist(goes_on); ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
+    result.refusals = refusals_;
     account(result);
     return result;
   }
@@ -92,4 +110,5 @@ class KillRoundsDriver {
   std::string scheduler_;
   std::string file_;
   std::chrono::microseconds longest_;
+  int refusals_ = 0;
 };
