@@ -132,10 +132,16 @@ bool Daemon::wait() {
         pollfd{signals_.get(), POLLIN, 0}, pollfd{wake_ups_.get(), POLLIN, 0},
         pollfd{timer_.get(), POLLIN, 0}, pollfd{scheduler_.descriptor(), POLLIN, 0},
         pollfd{zones_.descriptor(), POLLIN, 0}};
-    if (poll(events.data(), events.size(), timeout()) < 0 && errno != EINTR) {
-      throw std::system_error(errno, std::generic_category(), "poll");
+    if (poll(events.data(), events.size(), timeout()) < 0) {
+      if (errno != EINTR) {
+        throw std::system_error(errno, std::generic_category(), "poll");
+      }
+      continue;  // it was stopped and went on; what has happened meanwhile is still to be told
     }
     if (events[0].revents != 0) {
+      if (events[1].revents != 0) {
+        pass();  // what was asked for before is still started
+      }
       return false;
     }
     drain(wake_ups_.get());

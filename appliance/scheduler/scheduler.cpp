@@ -16,7 +16,6 @@
 #include "store/failure.h"
 #include "store/run_claim.h"
 #include "store/settings.h"
-#include "store/state.h"
 
 namespace kavo {
 namespace {
@@ -59,7 +58,8 @@ void Scheduler::pass() {
   }
   trim_history(now);
 
-  next_pass_ = std::min(earliest_due().value_or(last_trim_ + kDay), last_trim_ + kDay);
+  const std::int64_t next_trim = last_trim_.moment + kDay;
+  next_pass_ = std::min(earliest_due().value_or(next_trim), next_trim);
   if (retry_) {
     next_pass_ = now + 1;
   }
@@ -91,7 +91,9 @@ void Scheduler::look_at_clock(std::int64_t now) {
            static_cast<long long>(latest_ - now));
     renew_ = true;
     latest_ = now;
-    last_trim_ = std::min(last_trim_, now);
+    if (last_trim_.moment > now) {
+      last_trim_ = {now, false};
+    }
   }
   latest_ = std::max(latest_, now);
 }
@@ -256,16 +258,21 @@ bool Scheduler::watch(RunningRun run) {
   }
 }
 
+// Once a day. A clock that was set far forward by mistake makes every run look old: when more than
+// a day was leapt over, be it that way or because the appliance was off, the history is left alone
+// until the next time.
 void Scheduler::trim_history(std::int64_t now) {
-  if (now < last_trim_ + kDay) {
+  const std::int64_t passed = now - last_trim_.moment;
+  if (passed < kDay) {
     return;
   }
-  if (trim_old_runs(now, kTrimmedAtOnce) == kTrimmedAtOnce) {
+  const bool postpone = passed >= 2 * kDay && !last_trim_.postponed;
+  if (!postpone && trim_old_runs(now, kTrimmedAtOnce) == kTrimmedAtOnce) {
     retry_ = true;
     return;
   }
-  last_trim_ = now;
-  save_last_trim(now);
+  last_trim_ = {now, postpone && last_trim_.moment != 0};
+  save_last_trim(last_trim_);
 }
 
 }  // namespace kavo

@@ -14,6 +14,7 @@
 #include "scheduler/run_starter.h"
 #include "scheduler/running_runs.h"
 #include "store/run_queue.h"
+#include "store/state.h"
 
 namespace kavo {
 
@@ -68,7 +69,7 @@ class Scheduler {
   bool renew_ = false;       // the next runs are to be worked out anew
   bool retry_ = false;       // something is to be tried again soon
   std::int64_t latest_ = 0;  // the latest moment seen
-  std::int64_t last_trim_ = 0;
+  Trim last_trim_;
   std::optional<std::int64_t> next_pass_;
 };
 

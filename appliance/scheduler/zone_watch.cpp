@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <tuple>
 #include <utility>
 
 namespace kavo {
@@ -17,9 +18,17 @@ namespace {
 constexpr char kLink[] = "localtime";
 constexpr std::uint32_t kChanges = IN_CREATE | IN_MOVED_TO | IN_CLOSE_WRITE | IN_DELETE;
 
+std::string moment_of(const timespec& time) {
+  return std::to_string(time.tv_sec) + "." + std::to_string(time.tv_nsec);
+}
+
 std::string version_of(const struct stat& file) {
   return std::to_string(file.st_dev) + ":" + std::to_string(file.st_ino) + ":" +
-         std::to_string(file.st_mtim.tv_sec) + "." + std::to_string(file.st_mtim.tv_nsec) + " ";
+         moment_of(file.st_mtim) + " ";
+}
+
+bool is_before(const timespec& one, const timespec& other) {
+  return std::tie(one.tv_sec, one.tv_nsec) < std::tie(other.tv_sec, other.tv_nsec);
 }
 
 }  // namespace
@@ -52,14 +61,25 @@ bool ZoneWatch::changed() {
 }
 
 std::string ZoneWatch::state() const {
-  std::string state;
   struct stat file = {};
   const std::string link = settings_ + "/" + kLink;
-  state += lstat(link.c_str(), &file) == 0 ? version_of(file) : "none ";
+  std::string state = lstat(link.c_str(), &file) == 0 ? version_of(file) : "none ";
+  // With the time of the latest change, which nobody can set: also that of a file edited in place.
+  timespec newest = {};
+  std::uint64_t inodes = 0;
+  std::int64_t bytes = 0;
+  std::error_code error;
   for (const std::string& folder : database_folders()) {
-    state += stat(folder.c_str(), &file) == 0 ? version_of(file) : "none ";
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+      if (lstat(entry->path().c_str(), &file) == 0 && !S_ISDIR(file.st_mode)) {
+        newest = std::max(newest, file.st_ctim, is_before);
+        inodes += file.st_ino;
+        bytes += file.st_size;
+      }
+    }
   }
-  return state;
+  return state + std::to_string(inodes) + ":" + std::to_string(bytes) + ":" + moment_of(newest);
 }
 
 void ZoneWatch::watch_folders() {

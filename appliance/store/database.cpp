@@ -197,8 +197,8 @@ int wait_a_little(void* /*unused*/, int waited) {
 
 std::unique_ptr<SQLite::Database> open(const std::string& file) {
   create_folder(store_folder());
-  auto database = std::make_unique<SQLite::Database>(
-      file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+  auto database =
+      std::make_unique<SQLite::Database>(file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
   wait_for_others(*database);
   database->exec("PRAGMA journal_mode = WAL");
   database->exec("PRAGMA synchronous = FULL");

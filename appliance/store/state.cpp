@@ -10,6 +10,7 @@ namespace {
 constexpr char kLatestTime[] = "latest time";
 constexpr char kZones[] = "zones";
 constexpr char kLastTrim[] = "last trim";
+constexpr char kPostponed[] = " postponed";
 
 std::string value_of(const char* key) {
   return with_store([&](SQLite::Database& database) {
@@ -54,12 +55,12 @@ void save_known_zones(const std::string& zones) {
   set_value(kZones, zones);
 }
 
-std::int64_t last_trim() {
-  return moment_of(kLastTrim);
+Trim last_trim() {
+  return {moment_of(kLastTrim), value_of(kLastTrim).ends_with(kPostponed)};
 }
 
-void save_last_trim(std::int64_t moment) {
-  set_value(kLastTrim, std::to_string(moment));
+void save_last_trim(const Trim& trim) {
+  set_value(kLastTrim, std::to_string(trim.moment) + (trim.postponed ? kPostponed : ""));
 }
 
 }  // namespace kavo

@@ -15,8 +15,13 @@ void save_latest_time(std::int64_t moment);
 std::string known_zones();
 void save_known_zones(const std::string& zones);
 
-// When the history was last trimmed by age; 0 when it never was.
-std::int64_t last_trim();
-void save_last_trim(std::int64_t moment);
+// When the history was last looked through for old runs, and whether it was left alone then; 0 when
+// it never was.
+struct Trim {
+  std::int64_t moment = 0;
+  bool postponed = false;
+};
+Trim last_trim();
+void save_last_trim(const Trim& trim);
 
 }  // namespace kavo

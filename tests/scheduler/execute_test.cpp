@@ -175,6 +175,8 @@ TEST_F(ExecuteTest, ChangesOfTheZonesAreNoticed) {
   EXPECT_TRUE(noticed());
   root_.write("zones/Africa/Tunis", "a");
   EXPECT_TRUE(noticed());
+  root_.write("zones/Africa/Tunis", "edited in place");
+  EXPECT_TRUE(noticed());
 }
 
 }  // namespace

@@ -68,6 +68,34 @@ TEST_F(ScheddTest, WakesForASaveAndForWhatIsDue) {
   EXPECT_GE(*run.started, *run.due);
 }
 
+TEST_F(ScheddTest, WhatWasAskedForBeforeTermIsStarted) {
+  SchedulerProcess scheduler(KAVO_SCHEDD);
+  // Its first pass ends with this, and it writes no more.
+  ASSERT_TRUE(eventually([] { return kavo::last_trim().moment != 0; }));
+  const int id = store_task("echo done");
+  kill(scheduler.process(), SIGSTOP);
+  const std::int64_t run = kavo::start_run(id);
+  kill(scheduler.process(), SIGTERM);
+  kill(scheduler.process(), SIGCONT);
+  EXPECT_EQ(scheduler.end(SIGTERM), 0);
+  EXPECT_EQ(finished(run).result, "ok");
+}
+
+TEST_F(ScheddTest, AValueThatIsNotTakenIsToldOnce) {
+  root_.write("etc/kavo/kavo.conf", "maxParallelRuns=\"many\"\nhistoryRuns=\"0\"\n");
+  {
+    const SchedulerProcess scheduler(KAVO_SCHEDD, file("log"));
+    for (int i = 0; i < 3; ++i) {
+      finished(kavo::start_run(store_task("true")));
+    }
+  }
+  const std::string log = text_of("log");
+  const std::string line = "maxParallelRuns=\"many\" in the configuration is no number from 1 to";
+  EXPECT_THAT(log, HasSubstr(line));
+  EXPECT_EQ(log.find(line), log.rfind(line));
+  EXPECT_THAT(log, HasSubstr("historyRuns=\"0\" in the configuration"));
+}
+
 TEST_F(ScheddTest, KilledAtAnyMomentItLosesNothingAndRunsNothingTwice) {
   for (int i = 0; i < 20; ++i) {
     store_task("echo $KAVO_RUN_ID >>" + file("ids"), "{}",

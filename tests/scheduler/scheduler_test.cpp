@@ -349,6 +349,24 @@ TEST_F(LogicTest, HistoryIsTrimmedByTaskAndByAge) {
   EXPECT_EQ(kavo::load_run(3).task_id, running);
 }
 
+TEST_F(LogicTest, AClockThatLeaptForwardDoesNotTrimAtOnce) {
+  const int id = store_task("true", daily(12, 1));
+  pass_at(kNoon);
+  pass_at(kNoon + kMinute);
+  starter_.end(1);
+  pass_at(kNoon + 3650 * kDay);
+  pass_at(kNoon + 3650 * kDay + kHour);
+  EXPECT_EQ(history(id).front(), "schedule: ok");
+  pass_at(kNoon + 2 * kMinute);  // it was wrong
+  EXPECT_EQ(history(id).front(), "schedule: ok");
+  // A day later it is believed, also when the appliance was off in between.
+  pass_at(kNoon + 300 * kDay);
+  EXPECT_EQ(history(id).front(), "schedule: ok");
+  restart();
+  pass_at(kNoon + 307 * kDay);
+  EXPECT_EQ(history(id).front(), "schedule: missed");
+}
+
 TEST_F(LogicTest, NewZonesMoveWhatIsNotDueYet) {
   const int later = store_task("true", daily(18, 0));
   const int due = store_task("true", daily(18, 0));
