@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -187,11 +188,14 @@ void create_folder(const std::filesystem::path& folder) {
 // Waits a little for others to let go of the store, in short steps: many processes write for a
 // fraction of a millisecond, and SQLite's own steps grow to a tenth of a second.
 int wait_a_little(void* /*unused*/, int waited) {
-  constexpr int kStep = 1;
-  if (waited * kStep >= kBusyMilliseconds) {
+  using Steady = std::chrono::steady_clock;
+  thread_local Steady::time_point begin;
+  if (waited == 0) {
+    begin = Steady::now();
+  } else if (Steady::now() - begin >= std::chrono::milliseconds(kBusyMilliseconds)) {
     return 0;
   }
-  sqlite3_sleep(kStep);
+  sqlite3_sleep(1);
   return 1;
 }
 

@@ -8,6 +8,7 @@
 
 #include "base/descriptor.h"
 #include "scheduler/execute.h"
+#include "scheduler/identity.h"
 #include "scheduler/tool_link.h"
 #include "scheduler/zone_watch.h"
 #include "scheduler_fixture.h"
@@ -177,6 +178,25 @@ TEST_F(ExecuteTest, ChangesOfTheZonesAreNoticed) {
   EXPECT_TRUE(noticed());
   root_.write("zones/Africa/Tunis", "edited in place");
   EXPECT_TRUE(noticed());
+}
+
+TEST(IdentityTest, OnlyRootRunsTheTasksOfOthers) {
+  const pid_t child = fork();
+  if (child == 0) {
+    const uid_t nobody = getpwnam("nobody")->pw_uid;
+    if (geteuid() == 0 && setresuid(nobody, nobody, nobody) != 0) _exit(1);
+    const std::string own = getpwuid(geteuid())->pw_name;
+    if (kavo::find_identity(own).user != geteuid()) _exit(2);
+    try {
+      kavo::find_identity("root");
+      _exit(3);
+    } catch (const std::runtime_error& error) {
+      _exit(error.what() == std::string("A task of \"root\" can only be run by root.") ? 0 : 4);
+    }
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

@@ -292,7 +292,7 @@ TEST_F(LogicTest, AStoreThatIsBusyDelaysARunAndLosesNone) {
   sqlite3_close(other);
   EXPECT_THAT(pass_at(kNoon + kMinute + 7), ElementsAre(1));
   EXPECT_THAT(pass_at(kNoon + kMinute + 8), IsEmpty());
-  kavo::connection().setBusyTimeout(kavo::kBusyMilliseconds);
+  kavo::wait_for_others(kavo::connection());
 }
 
 TEST_F(LogicTest, AScheduleThatCannotBeReadHoldsUpNoOther) {
