@@ -1,13 +1,14 @@
 #include "web/listen.h"
 
 #include <arpa/inet.h>
+#include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <syslog.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <optional>
 #include <stdexcept>
 
 namespace kavo {
@@ -89,8 +90,14 @@ Descriptor open_socket(Address& address, int port) {
 
 }  // namespace
 
-bool is_address(const std::string& text) {
-  return parse_address(text).has_value();
+std::optional<std::string> canonical_address(const std::string& text) {
+  auto address = parse_address(text);
+  std::array<char, NI_MAXHOST> name = {};
+  if (!address || getnameinfo(address->get(), address->size, name.data(), name.size(), nullptr, 0,
+                              NI_NUMERICHOST) != 0) {
+    return std::nullopt;
+  }
+  return name.data();
 }
 
 bool is_loopback_address(const std::string& text) {

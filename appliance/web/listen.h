@@ -1,6 +1,7 @@
 // Listening sockets.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,9 @@ struct Listener {
   int port = 0;
 };
 
-// A numeric address, "127.0.0.1" or "::1" with or without brackets; false for anything else.
-bool is_address(const std::string& text);
+// A numeric address, "127.0.0.1" or "::1" with or without brackets, as the system writes it;
+// nothing for anything else.
+std::optional<std::string> canonical_address(const std::string& text);
 bool is_loopback_address(const std::string& text);
 
 // Sockets that listen on the addresses, all on one port: `port`, or any free one for 0. An address

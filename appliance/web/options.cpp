@@ -25,7 +25,7 @@ struct Arguments {
 void set_listen(const std::string& text, Options& options) {
   std::string address = text;
   const std::size_t colon = text.rfind(':');
-  const bool has_port = colon != std::string::npos && !is_address(text);
+  const bool has_port = colon != std::string::npos && !canonical_address(text);
   if (has_port) {
     address = text.substr(0, colon);
     const std::string port = text.substr(colon + 1);
@@ -36,7 +36,7 @@ void set_listen(const std::string& text, Options& options) {
     }
     options.port = std::stoi(port);
   }
-  if (!is_address(address)) {
+  if (!canonical_address(address)) {
     throw WrongUse("--listen: \"" + address + "\" is not a numeric address.");
   }
   options.addresses = {address};
@@ -60,8 +60,12 @@ void check(const Arguments& arguments, Options& options) {
   if (!arguments.certificate.empty()) {
     options.encryption = Encryption{read_pem(arguments.certificate), read_pem(arguments.key)};
   }
-  if (!options.reached.proxy.empty() && !is_address(options.reached.proxy)) {
-    throw WrongUse("--proxy: \"" + options.reached.proxy + "\" is not a numeric address.");
+  if (!options.reached.proxy.empty()) {
+    const auto proxy = canonical_address(options.reached.proxy);
+    if (!proxy) {
+      throw WrongUse("--proxy: \"" + options.reached.proxy + "\" is not a numeric address.");
+    }
+    options.reached.proxy = *proxy;
   }
   if (!arguments.listen.empty()) set_listen(arguments.listen, options);
   for (std::string& name : options.reached.names) {

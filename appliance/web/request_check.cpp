@@ -5,6 +5,7 @@
 
 #include "base/utf8.h"
 #include "strings/languages.h"
+#include "web/listen.h"
 
 namespace kavo {
 namespace {
@@ -106,7 +107,7 @@ Client client_of(const HttpRequest& request, const Reached& reached) {
     const std::size_t comma = forwarded->rfind(',');
     const std::string_view last =
         trimmed(std::string_view(*forwarded).substr(comma == std::string::npos ? 0 : comma + 1));
-    if (!last.empty()) client.address = last;
+    client.address = canonical_address(std::string(last)).value_or(request.peer);
   }
   const std::string* scheme = request.header("X-Forwarded-Proto");
   client.secure = client.secure || (scheme != nullptr && equal_in_any_case(*scheme, "https"));

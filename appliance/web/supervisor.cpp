@@ -26,6 +26,7 @@ namespace kavo {
 namespace {
 
 constexpr int kMaxDraining = 4;  // workers that wait for the end of connections
+constexpr int kMaxFailures = 5;  // of workers before any has served
 constexpr std::chrono::seconds kSoon{2};
 constexpr std::chrono::seconds kLongestPause{10};
 constexpr std::chrono::seconds kLongestEnd{15};  // after TERM; workers take less by themselves
@@ -83,6 +84,7 @@ int Supervisor::run() {
       listen_to(child);
     }
     reap();
+    check_start();
     hurry_oldest();
   }
 }
@@ -157,6 +159,7 @@ void Supervisor::listen_to(Child& child) {
     }
     if (what != message::kServing) continue;
     child.state = State::kServing;
+    served_ = true;
     failures_ = 0;
     if (Child* worn = find(child.replaces)) {
       worn->state = State::kDraining;
@@ -185,6 +188,13 @@ void Supervisor::reap() {
     }
     children_.remove_if([&](const Child& other) { return other.process == process; });
   }
+}
+
+// What keeps the first workers from their work will not go away: a wrong key, for instance.
+void Supervisor::check_start() {
+  if (served_ || failures_ < kMaxFailures) return;
+  end_workers();
+  throw std::runtime_error("No worker can do its work; the system log says why.");
 }
 
 // Under load, worn workers follow each other faster than idle connections end.

@@ -42,6 +42,7 @@ class Supervisor {
   int be_worker(Descriptor channel);
   void listen_to(Child& child);
   void reap();
+  void check_start();
   void hurry_oldest();
   int timeout() const;
   void announce() const;
@@ -54,6 +55,7 @@ class Supervisor {
   std::vector<Listener> listeners_;
   Descriptor signals_;
   std::list<Child> children_;
+  bool served_ = false;            // any of them
   int failures_ = 0;               // workers in a row that died soon after their start
   Steady::time_point not_before_;  // when the next one may be started
   Descriptor worker_channel_;      // in a worker

@@ -15,7 +15,7 @@ namespace message {
 inline constexpr char kServing = 's';  // from the worker: it takes requests
 inline constexpr char kWorn = 'w';     // from the worker: another one had better take its place
 inline constexpr char kDrain = 'd';    // to the worker: another one has taken its place
-inline constexpr char kHurry = 'h';    // to the worker: idle connections are not waited for
+inline constexpr char kHurry = 'h';    // to the worker: many are draining, be quick
 }  // namespace message
 
 // Serves until the supervisor says otherwise, or TERM: then answers what has begun. Takes the

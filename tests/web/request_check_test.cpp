@@ -47,6 +47,8 @@ TEST(RequestCheck, OnlyTheNamedProxyIsBelieved) {
        {std::tuple("10.0.0.1", "192.0.2.7", "https", "192.0.2.7", true),
         std::tuple("10.0.0.1", "203.0.113.9, 192.0.2.7", "HTTPS", "192.0.2.7", true),
         std::tuple("10.0.0.1", "", "http", "10.0.0.1", false),
+        std::tuple("10.0.0.1", "192.0.2.7, unknown", "http", "10.0.0.1", false),
+        std::tuple("10.0.0.1", "2001:DB8:0::7", "http", "2001:db8::7", false),
         std::tuple("10.0.0.2", "192.0.2.7", "https", "10.0.0.2", false)}) {
     kavo::HttpRequest request;
     request.peer = peer;

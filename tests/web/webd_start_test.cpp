@@ -61,6 +61,9 @@ TEST_F(WebdStartTest, WrongCommandLinesAreRefusedWithTheReason) {
 
 TEST_F(WebdStartTest, BeyondTheLoopbackWithACertificate) {
   if (!make_certificate()) GTEST_SKIP() << "There is no openssl.";
+  root_.write("other.pem", "no key");
+  EXPECT_EQ(run({"--port", "0", "--certificate", path("cert.pem"), "--key", path("other.pem")}), 1);
+  EXPECT_THAT(read("log"), HasSubstr("No worker can do its work"));
   start("", {"--listen", "0.0.0.0:0", "--certificate", path("cert.pem"), "--key", path("key.pem"),
              "--host", "NAS.example"});
   base_ = "https://127.0.0.1:" + std::to_string(port_);
