@@ -36,6 +36,9 @@ Json::Value store_section(Json::Value section) {
 }
 
 Schedule schedule_of(const KAVO::APIRequest& request) {
+  if (!request.GetParam("", Json::objectValue).isMember("schedule")) {
+    throw WrongParameter("\"schedule\" is missing.");
+  }
   const Json::Value section = store_section(request.GetParam("schedule", Json::Value()));
   absl::TimeZone zone = appliance_zone();
   if (section.isObject() && section["timezone"].isString()) {

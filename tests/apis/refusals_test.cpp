@@ -38,6 +38,7 @@ TEST_F(ApisTest, WrongParametersAreNamedAndMissingRunsToldApart) {
         std::tuple("TaskRun", "output", R"({"id": 99})", 4801, "no run 99"),
         std::tuple("TaskRun", "stop", R"({})", 4800, "\"id\" is missing"),
         std::tuple("TaskRun", "stop", R"({"id": 99})", 4801, "no run 99"),
+        std::tuple("Schedule", "preview", R"({"count": 1})", 4800, "\"schedule\" is missing"),
         std::tuple("Schedule", "preview", R"({"schedule": [1]})", 4800, "not an object"),
         std::tuple("Schedule", "preview", R"({"schedule": "{}"})", 4800, "not an object"),
         std::tuple("Schedule", "preview", R"({"schedule": {"minute": 60}})", 4800, ": minute: 60"),
