@@ -11,7 +11,6 @@
 #include "base/root.h"
 #include "store/failure.h"
 #include "store/wake_up.h"
-#include "strings/json_files.h"
 #include "strings/languages.h"
 #include "strings/layout.h"
 #include "web/audit.h"
@@ -36,15 +35,10 @@ std::size_t resident_bytes() {
 
 Json::Value installed_languages() {
   Json::Value list(Json::arrayValue);
-  for (const std::string& id : languages()) {
-    const auto texts = json_file(rooted(std::string(kWebmanFolder) + "texts/" + id + kStringsFile));
+  for (const Language& installed : named_languages()) {
     Json::Value language;
-    language["id"] = id;
-    const Json::Value* common = texts->isObject() ? texts->find("common", "common" + 6) : nullptr;
-    const Json::Value* name = common != nullptr && common->isObject()
-                                  ? common->find("language_name", "language_name" + 13)
-                                  : nullptr;
-    language["name"] = name != nullptr && name->isString() ? *name : Json::Value(id);
+    language["id"] = installed.code;
+    language["name"] = installed.name;
     list.append(language);
   }
   return list;
