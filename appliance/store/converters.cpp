@@ -51,7 +51,7 @@ std::string text_member(const Json::Value& section, const char* name, const char
 
 int id_member(const Json::Value& section) {
   const Json::Value& value = section["id"];
-  if (value.isInt() && !value.isDouble()) {
+  if (value.isInt() && value.type() != Json::realValue) {
     return value.asInt();
   }
   const std::string text = text_member(section, "id", "-1");

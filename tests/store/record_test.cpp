@@ -67,6 +67,7 @@ TEST_F(RecordTest, BasicMembersAreReadWithTheirDefaultsOrRefusedAsAWhole) {
   };
   expect_basic(R"({"id": null, "owner": null})",
                R"({"id": -1, "task_name": "", "owner": "root", "enabled": "on"})");
+  expect_basic(R"({"id": 18})", R"({"id": 18, "task_name": "", "owner": "root", "enabled": "on"})");
   expect_basic(R"({"id": "17", "task_name": "Übung", "owner": "anna", "enabled": "OFF",
                    "app": "ignored", "more": {"a": 1}})",
                R"({"id": 17, "task_name": "Übung", "owner": "anna", "enabled": "off"})");
@@ -83,8 +84,8 @@ TEST_F(RecordTest, BasicMembersAreReadWithTheirDefaultsOrRefusedAsAWhole) {
     expect_refused(*task, set_basic, basic, section);
   }
   for (const std::string member :
-       {R"("id": "12x")", R"("id": "")", R"("id": "2147483648")", R"("id": 1.5)", R"("id": [1])",
-        R"("owner": {})", R"("enabled": true)", R"("enabled": "maybe")"}) {
+       {R"("id": "12x")", R"("id": "")", R"("id": "2147483648")", R"("id": 1.5)", R"("id": 1.0)",
+        R"("id": [1])", R"("owner": {})", R"("enabled": true)", R"("enabled": "maybe")"}) {
     expect_refused(*task, set_basic, basic, R"({"task_name": "new", )" + member + "}");
   }
   EXPECT_FALSE(KAVOSchedTaskConvertFromJson_Basic(Json::Value("text"), *task));
