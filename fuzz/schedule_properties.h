@@ -22,8 +22,8 @@ inline bool is_allowed(const kavo::Schedule& schedule, const absl::TimeZone& zon
                        std::int64_t run) {
   const absl::CivilSecond at = absl::ToCivilSecond(absl::FromUnixSeconds(run), zone);
   const absl::CivilSecond before = absl::ToCivilSecond(absl::FromUnixSeconds(run - 1), zone);
-  if (at != before + 1) {
-    return at > before;  // the first moment after a gap
+  if (at > before + 1) {
+    return true;  // the first moment after a gap
   }
   const int minute = at.hour() * 60 + at.minute();
   const int offset = minute - schedule.first_run();
