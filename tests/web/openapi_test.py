@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Holds the description of the API against the modules: their tables, and what they answer.
+"""Holds the description of the API against the modules and the server: the tables of methods, and
+what they answer.
 
     openapi_test.py CMAKE BUILD_FOLDER
 """
@@ -13,6 +14,8 @@ import sys
 import tempfile
 import time
 import unittest
+import urllib.error
+import urllib.request
 
 from jsonschema import Draft202012Validator, FormatChecker
 
@@ -21,6 +24,7 @@ TASKS = "KAVO.Core.TaskScheduler"
 USER = pwd.getpwuid(os.geteuid()).pw_name
 ACCOUNTS, LANGUAGES, RUNS, SCHEDULES, SHARES = (
     "KAVO.Appliance." + name for name in ("Account", "Language", "TaskRun", "Schedule", "Share"))
+DIRECTLY = urllib.request.build_opener(urllib.request.ProxyHandler({}))
 
 # Calls in their order, each with the code of the error that it answers, 0 for success. The requests
 # of the first list agree with the description, those of the second do not.
@@ -129,6 +133,12 @@ class OpenApiTest(unittest.TestCase):
         cls.addClassCleanup(scheduler.wait)
         cls.addClassCleanup(scheduler.terminate)
         cls.wait_for_scheduler()
+        cls.server = subprocess.Popen(
+            [cls.prefix / "bin/kavo-webd", "--port", "0", "--print-link"], env=cls.environment,
+            stdout=subprocess.PIPE, text=True)
+        cls.addClassCleanup(cls.server.stdout.close)
+        cls.addClassCleanup(cls.server.wait)
+        cls.addClassCleanup(cls.server.terminate)
 
     @classmethod
     def wait_for_scheduler(cls):
@@ -196,6 +206,45 @@ class OpenApiTest(unittest.TestCase):
                     if success:
                         answered.add((api, str(version), method))
         self.assertEqual(answered, set(described))
+
+    def fetch(self, path, headers, body=None, status=200):
+        """A request to the server; its answer, after it was held against the description."""
+        data = None if body is None else json.dumps(body).encode()
+        request = urllib.request.Request(self.address + path, data,
+                                         {"Content-Type": "application/json", **headers})
+        try:
+            reply = DIRECTLY.open(request, timeout=30)
+        except urllib.error.HTTPError as refusal:
+            reply = refusal
+        with reply:
+            self.assertEqual(reply.status, status)
+            answer = json.loads(reply.read())
+            cookie = reply.headers.get("Set-Cookie", "").split(";")[0]
+        responses = self.api["paths"][path]["get" if body is None else "post"]["responses"]
+        response = responses.get(str(status), responses["default"])
+        if "$ref" in response:
+            response = self.api["components"]["responses"][response["$ref"].split("/")[-1]]
+        self.validator(response["content"]["application/json"]["schema"]).validate(answer)
+        return answer, cookie
+
+    def test_answers_of_the_server_itself_are_as_described(self):
+        link = next(line for line in self.server.stdout if "#sign-in=" in line).split()[-1]
+        self.address, secret = link.split("/#sign-in=")
+        called = f"/webapi/{TASKS}/1/list"
+        self.fetch("/healthz", {})
+        self.fetch("/webapi/session", {})
+        self.fetch("/webapi/methods", {}, status=401)
+        self.fetch("/webapi/sign-in", {}, {"link": "0" * len(secret)}, 401)
+        answer, cookie = self.fetch("/webapi/sign-in", {}, {"link": secret})
+        session = {"Cookie": cookie, "X-Kavo-Token": answer["data"]["token"]}
+        self.fetch("/webapi/session", session)
+        self.fetch("/webapi/methods", session)
+        self.assertEqual(self.fetch("/webapi/openapi.json", session)[0], self.api)
+        self.fetch(called, session, {})
+        self.fetch(called, {"Cookie": cookie}, {}, 403)
+        self.fetch(called, session, [], 400)
+        self.fetch("/webapi/sign-out", session, {})
+        self.fetch(called, session, {}, 401)
 
 
 if __name__ == "__main__":
