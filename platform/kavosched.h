@@ -3,7 +3,7 @@
 // Integer results are negative on failure, zero or positive on success; boolean results are true on
 // success. A failure leaves code, file and line in the base library's error state (xlibc.h) and
 // writes its cause to the system log. Operations may throw std::bad_alloc where they return or fill
-// values of the C++ library; otherwise nothing throws.
+// values of the C++ library; otherwise nothing throws but the getters of a listed record (below).
 //
 // Every operation is safe on its own when several threads and processes work on the store at once.
 // A record or a list belongs to its caller and is used by one thread at a time.
@@ -48,6 +48,11 @@ int KAVOSchedTaskRun(int id, int reserved1, int reserved2);
 int KAVOSchedTaskRemove(int id);
 
 // --- Lists -------------------------------------------------------------------------------------
+
+// A list is one state of the store, whatever is written while it is kept. It holds what sorting
+// needs; a record is read when more is asked of it. Where that fails, the getter throws a
+// std::runtime_error, with the error state set and the cause in the system log. A list is not kept
+// for long (the store cannot reuse space meanwhile) nor used in a child process.
 
 // Fetches the tasks for which `filter` is true, by ascending id, and sets `*head` to the first
 // (null when there is none); the caller frees it with KAVOSchedTaskListFree. Returns their number.

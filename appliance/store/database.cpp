@@ -145,6 +145,8 @@ constexpr const char* kMigrations[] = {
        CREATE TRIGGER run_deleted AFTER DELETE ON runs BEGIN
          UPDATE revision SET value = value + 1;
        END;)",
+    // 6: what a list reads of every task, beside each other.
+    "CREATE INDEX tasks_in_lists ON tasks (id, enabled, listable, next_run);",
 };
 constexpr int kVersion = static_cast<int>(std::size(kMigrations));
 
@@ -199,10 +201,9 @@ int wait_a_little(void* /*unused*/, int waited) {
   return 1;
 }
 
-std::unique_ptr<SQLite::Database> open(const std::string& file) {
+std::unique_ptr<Database> open(const std::string& file) {
   create_folder(store_folder());
-  auto database =
-      std::make_unique<SQLite::Database>(file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+  auto database = std::make_unique<Database>(file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
   wait_for_others(*database);
   database->exec("PRAGMA journal_mode = WAL");
   database->exec("PRAGMA synchronous = FULL");
@@ -210,12 +211,18 @@ std::unique_ptr<SQLite::Database> open(const std::string& file) {
   return database;
 }
 
-struct Connection {
-  std::string file;
-  pid_t process = 0;
-  std::unique_ptr<SQLite::Database> database;
+// A connection must not be used, nor closed, in a child of the process that opened it.
+bool is_of_parent(const Connection& connection) {
+  return connection.process != getpid();
+}
+
+// The thread's connection, and whether the thread is past using one: what it leaves behind may end
+// after its variables.
+constinit thread_local bool thread_has_ended = false;
+struct ThreadConnection : Connection {
+  ~ThreadConnection() { thread_has_ended = true; }
 };
-thread_local Connection current;
+thread_local ThreadConnection current;
 
 }  // namespace
 
@@ -227,10 +234,22 @@ std::string store_file() {
   return store_folder() + "/tasks.db";
 }
 
-SQLite::Database& connection() {
+PreparedUse::~PreparedUse() {
+  statement_.tryReset();
+  statement_.clearBindings();
+}
+
+PreparedUse Database::prepared(const std::string& sql) {
+  auto found = statements_.find(sql);
+  if (found == statements_.end()) {
+    found = statements_.try_emplace(sql, *this, sql).first;
+  }
+  return PreparedUse(found->second);
+}
+
+Database& connection() {
   const std::string file = store_file();
-  if (current.process != getpid()) {
-    // A connection must not be used, nor closed, in a child of the process that opened it.
+  if (is_of_parent(current)) {
     (void)current.database.release();
   } else if (current.database && current.file == file) {
     return *current.database;
@@ -243,6 +262,36 @@ SQLite::Database& connection() {
 
 void wait_for_others(SQLite::Database& database) {
   sqlite3_busy_handler(database.getHandle(), wait_a_little, nullptr);
+}
+
+ReadTransaction::ReadTransaction() {
+  with_store([](SQLite::Database& database) { database.exec("BEGIN"); });
+  connection_ = std::move(static_cast<Connection&>(current));
+  // The state is that of the first reading.
+  read([](SQLite::Database& database) { version_of(database); });
+}
+
+ReadTransaction::~ReadTransaction() {
+  if (is_of_parent(connection_)) {
+    (void)connection_.database.release();
+    return;
+  }
+  try {
+    connection_.database->exec("COMMIT");
+  } catch (const SQLite::Exception&) {
+    return;  // closed, which ends the transaction, too
+  }
+  if (!thread_has_ended && !current.database) {
+    static_cast<Connection&>(current) = std::move(connection_);
+  }
+}
+
+Database& ReadTransaction::database() const {
+  if (is_of_parent(connection_)) {
+    throw StoreFailure(StoreError::kInvalidArgument,
+                       "What another process has read of the store cannot be read on.");
+  }
+  return *connection_.database;
 }
 
 StoreFailure store_failure(const SQLite::Exception& error, SourcePlace place) {

@@ -2,8 +2,11 @@
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <sys/types.h>
 
+#include <memory>
 #include <string>
+#include <unordered_map>
 
 #include "store/failure.h"
 
@@ -16,11 +19,45 @@ inline constexpr int kBusyMilliseconds = 5000;
 std::string store_folder();
 std::string store_file();
 
+// The use of a prepared statement, which is reset and unbound when it ends.
+class PreparedUse {
+ public:
+  explicit PreparedUse(SQLite::Statement& statement) : statement_(statement) {}
+  PreparedUse(const PreparedUse&) = delete;
+  PreparedUse& operator=(const PreparedUse&) = delete;
+  ~PreparedUse();
+
+  SQLite::Statement& operator*() const { return statement_; }
+  SQLite::Statement* operator->() const { return &statement_; }
+
+ private:
+  SQLite::Statement& statement_;
+};
+
+// A connection. Its statements by prepared() are prepared once, which takes longer than most of
+// them take to run; such a statement is in use only once at a time.
+class Database : public SQLite::Database {
+ public:
+  using SQLite::Database::Database;
+
+  PreparedUse prepared(const std::string& sql);
+
+ private:
+  std::unordered_map<std::string, SQLite::Statement> statements_;
+};
+
 // The calling thread's connection to the store's file. Opened when it is first asked for: creates
 // the folder (mode 0700) and the file when they are not there, and brings an older file up to date
 // in one transaction. Belongs to the thread; after a fork the child gets one of its own. Throws
 // SQLite::Exception or StoreFailure.
-SQLite::Database& connection();
+Database& connection();
+
+// An open connection, and by what it is known to be still the right one.
+struct Connection {
+  std::string file;
+  pid_t process = 0;
+  std::unique_ptr<Database> database;
+};
 
 // Lets statements wait for others, as those of a connection do from the beginning.
 void wait_for_others(SQLite::Database& database);
@@ -44,7 +81,7 @@ auto with_store(Operation operation, SourcePlace place = SourcePlace::here()) {
 template <typename Operation>
 auto in_transaction(Operation operation, SourcePlace place = SourcePlace::here()) {
   return with_store(
-      [&](SQLite::Database& database) {
+      [&](Database& database) {
         SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
         auto result = operation(database);
         transaction.commit();
@@ -52,5 +89,33 @@ auto in_transaction(Operation operation, SourcePlace place = SourcePlace::here()
       },
       place);
 }
+
+// One state of the store for as long as this lives: what is written meanwhile does not show. It
+// takes the calling thread's connection along, and leaves it to the thread in which it ends. Used
+// by one thread at a time, and not in a child of the process that made it.
+class ReadTransaction {
+ public:
+  // Throws StoreFailure.
+  ReadTransaction();
+  ReadTransaction(const ReadTransaction&) = delete;
+  ReadTransaction& operator=(const ReadTransaction&) = delete;
+  ~ReadTransaction();
+
+  // Runs `operation`, which only reads, on this state. Throws StoreFailure for everything that goes
+  // wrong in it.
+  template <typename Operation>
+  auto read(Operation operation, SourcePlace place = SourcePlace::here()) const {
+    try {
+      return operation(database());
+    } catch (const SQLite::Exception& error) {
+      throw store_failure(error, place);
+    }
+  }
+
+ private:
+  Database& database() const;
+
+  Connection connection_;
+};
 
 }  // namespace kavo

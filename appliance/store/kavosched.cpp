@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "store/converters.h"
-#include "store/record.h"
+#include "store/platform_task.h"
 #include "store/run_start.h"
 #include "store/sort.h"
 #include "store/task_store.h"
@@ -64,9 +64,9 @@ int set_text(_tag_kavo_sched_task_* task, std::string Task::*member, const char*
     require(task != nullptr);
     try {
       require(value != nullptr);
-      task->record.set(member, value);
+      task->record().set(member, value);
     } catch (const StoreFailure& failure) {
-      task->record.refuse(failure);
+      task->record().refuse(failure);
       throw;
     }
   });
@@ -75,8 +75,19 @@ int set_text(_tag_kavo_sched_task_* task, std::string Task::*member, const char*
 int set_flag(_tag_kavo_sched_task_* task, bool Task::*member, int value) {
   return result_of([&] {
     require(task != nullptr);
-    task->record.set(member, value != 0);
+    task->record().set(member, value != 0);
   });
+}
+
+// The properties of a record. A listed one that can no longer be read is no blank one: its failure
+// goes on to the caller.
+const Task& read(const _tag_kavo_sched_task_& task) {
+  try {
+    return task.record().task();
+  } catch (const StoreFailure& failure) {
+    report(failure);
+    throw;
+  }
 }
 
 }  // namespace
@@ -96,14 +107,14 @@ void KAVOSchedTaskFree(_tag_kavo_sched_task_* task) {
 int KAVOSchedTaskLoad(int id, _tag_kavo_sched_task_* task) {
   return result_of([&] {
     require(task != nullptr);
-    task->record.load(kavo::load_task(id));
+    task->load(kavo::load_task(id));
   });
 }
 
 int KAVOSchedTaskSave(_tag_kavo_sched_task_* task) {
   return result_of([&] {
     require(task != nullptr);
-    kavo::save_task(task->record);
+    kavo::save_task(task->record());
   });
 }
 
@@ -127,15 +138,15 @@ int KAVOSchedTaskListGet(_tag_kavo_sched_task_** head,
   int count = 0;
   const bool done = succeeds([&] {
     require(head != nullptr && filter != nullptr);
-    kavo::for_each_task([&](Task&& task) {
-      auto candidate = std::make_unique<_tag_kavo_sched_task_>();
-      candidate->record.load(std::move(task));
+    const auto snapshot = std::make_shared<const kavo::TaskSnapshot>();
+    for (const kavo::TaskSummary& summary : snapshot->summaries()) {
+      auto candidate = std::make_unique<_tag_kavo_sched_task_>(summary, snapshot);
       if (filter(candidate.get())) {
         *end = candidate.release();
         end = &(*end)->next;
         ++count;
       }
-    });
+    }
   });
   if (!done) {
     KAVOSchedTaskListFree(&first);
@@ -148,15 +159,11 @@ int KAVOSchedTaskListGet(_tag_kavo_sched_task_** head,
 int KAVOSchedTaskListSort(_tag_kavo_sched_task_** head, const char* key, int ascending) {
   return result_of([&] {
     require(head != nullptr && key != nullptr);
-    const auto before = kavo::sort_order(key);
     std::vector<_tag_kavo_sched_task_*> tasks;
     for (auto task = *head; task != nullptr; task = task->next) {
       tasks.push_back(task);
     }
-    std::sort(tasks.begin(), tasks.end(),
-              [&](const _tag_kavo_sched_task_* a, const _tag_kavo_sched_task_* b) {
-                return before(a->record.task(), b->record.task());
-              });
+    kavo::sort_tasks(tasks, key);
     if (ascending == 0) {
       std::reverse(tasks.begin(), tasks.end());
     }
@@ -184,75 +191,79 @@ void KAVOSchedTaskListFree(_tag_kavo_sched_task_** head) {
 // --- JSON documents ----------------------------------------------------------------------------
 
 bool KAVOSchedTaskConvertToJson_Basic(const _tag_kavo_sched_task_& task, Json::Value& doc) {
-  return succeeds([&] { doc["basic"] = kavo::basic_section(task.record.task()); });
+  return succeeds([&] { doc["basic"] = kavo::basic_section(task.record().task()); });
 }
 
 bool KAVOSchedTaskConvertToJson_Schedule(const _tag_kavo_sched_task_& task, Json::Value& doc) {
-  return succeeds([&] { doc["schedule"] = kavo::schedule_section(task.record.task()); });
+  return succeeds([&] { doc["schedule"] = kavo::schedule_section(task.record().task()); });
 }
 
 bool KAVOSchedTaskConvertFromJson_Basic(const Json::Value& doc, _tag_kavo_sched_task_& task) {
-  return succeeds([&] { kavo::set_basic(doc, task.record); });
+  return succeeds([&] { kavo::set_basic(doc, task.record()); });
 }
 
 bool KAVOSchedTaskConvertFromJson_Schedule(const Json::Value& doc, _tag_kavo_sched_task_& task) {
-  return succeeds([&] { kavo::set_schedule(doc, task.record); });
+  return succeeds([&] { kavo::set_schedule(doc, task.record()); });
 }
 
 // --- Getters -----------------------------------------------------------------------------------
 
 int KAVOSchedTaskGetID(const _tag_kavo_sched_task_& task) {
-  return task.record.task().id;
+  return task.summary().id;
 }
 
 std::string KAVOSchedTaskGetName(const _tag_kavo_sched_task_& task) {
-  return task.record.task().name;
+  return read(task).name;
 }
 
 std::string KAVOSchedTaskGetApp(const _tag_kavo_sched_task_& task) {
-  return task.record.task().app;
+  return read(task).app;
 }
 
 std::string KAVOSchedTaskGetAppName(const _tag_kavo_sched_task_& task) {
-  return task.record.task().app_name;
+  return read(task).app_name;
 }
 
 std::string KAVOSchedTaskGetAppArgs(const _tag_kavo_sched_task_& task) {
-  return task.record.task().app_args;
+  return read(task).app_args;
 }
 
 std::string KAVOSchedTaskGetAction(const _tag_kavo_sched_task_& task) {
-  return task.record.task().action;
+  return read(task).action;
 }
 
 std::string KAVOSchedTaskGetNextTriggerTime(const _tag_kavo_sched_task_& task) {
   std::string text = "N/A";
-  succeeds([&] { text = kavo::next_trigger_time(task.record.task()); });
+  succeeds([&] {
+    if (task.summary().next_run) {
+      text = kavo::next_trigger_time(task.record().task());
+    }
+  });
   return text;
 }
 
 bool KAVOSchedTaskIsNew(const _tag_kavo_sched_task_& task) {
-  return task.record.task().id == -1;
+  return task.summary().id == -1;
 }
 
 bool KAVOSchedTaskIsEnabled(const _tag_kavo_sched_task_& task) {
-  return task.record.task().enabled;
+  return task.summary().enabled;
 }
 
 bool KAVOSchedTaskIsListable(const _tag_kavo_sched_task_& task) {
-  return task.record.task().listable;
+  return task.summary().listable;
 }
 
 bool KAVOSchedTaskIsCanRunFromUI(const _tag_kavo_sched_task_& task) {
-  return task.record.task().can_run_from_ui;
+  return read(task).can_run_from_ui;
 }
 
 bool KAVOSchedTaskIsCanEditFromUI(const _tag_kavo_sched_task_& task) {
-  return task.record.task().can_edit_from_ui;
+  return read(task).can_edit_from_ui;
 }
 
 bool KAVOSchedTaskIsCanDeleteFromUI(const _tag_kavo_sched_task_& task) {
-  return task.record.task().can_delete_from_ui;
+  return read(task).can_delete_from_ui;
 }
 
 // --- Setters -----------------------------------------------------------------------------------

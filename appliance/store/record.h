@@ -114,8 +114,3 @@ class TaskRecord {
 };
 
 }  // namespace kavo
-
-struct _tag_kavo_sched_task_ {
-  kavo::TaskRecord record;
-  _tag_kavo_sched_task_* next = nullptr;
-};

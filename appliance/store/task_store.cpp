@@ -10,6 +10,7 @@
 #include "schedule/zone.h"
 #include "store/database.h"
 #include "store/json_text.h"
+#include "store/task_rows.h"
 #include "store/wake_up.h"
 
 namespace kavo {
@@ -29,28 +30,6 @@ std::string column_names(const char* suffix) {
 
 constexpr int kColumns = static_cast<int>(kTextColumns.size() + kFlagColumns.size());
 
-const std::string& select_sql() {
-  static const std::string sql = "SELECT id, next_run, " + column_names("") + " FROM tasks";
-  return sql;
-}
-
-// Reads the row that a statement of select_sql() is at.
-Task read_task(SQLite::Statement& row) {
-  Task task;
-  task.id = row.getColumn(0).getInt();
-  if (!row.isColumnNull(1)) {
-    task.next_run = row.getColumn(1).getInt64();
-  }
-  int column = 2;
-  for (const TextColumn& text : kTextColumns) {
-    task.*text.member = row.getColumn(column++).getString();
-  }
-  for (const FlagColumn& flag : kFlagColumns) {
-    task.*flag.member = row.getColumn(column++).getInt() != 0;
-  }
-  return task;
-}
-
 // Binds the columns of column_names() from 1 on, then the next run.
 void bind_task(SQLite::Statement& statement, const Task& task) {
   int column = 1;
@@ -67,16 +46,7 @@ void bind_task(SQLite::Statement& statement, const Task& task) {
   }
 }
 
-Task find_task(SQLite::Database& database, int id) {
-  SQLite::Statement statement(database, select_sql() + " WHERE id = ?");
-  statement.bind(1, id);
-  if (!statement.executeStep()) {
-    throw StoreFailure(StoreError::kNoSuchTask, "There is no task " + std::to_string(id) + ".");
-  }
-  return read_task(statement);
-}
-
-// The statement of insert_task(). It replaces a stored task of the same id.
+// It replaces a stored task of the same id.
 std::string insert_sql() {
   std::string marks;
   for (int i = 0; i < kColumns; ++i) {
@@ -87,27 +57,27 @@ std::string insert_sql() {
 }
 
 // The id under which the task is stored now: its own, or a new one for -1.
-int insert_task(SQLite::Database& database, SQLite::Statement& insert, const Task& task) {
-  insert.reset();
-  bind_task(insert, task);
-  if (task.id == -1) {
-    insert.bind(kColumns + 2);
-  } else {
-    insert.bind(kColumns + 2, task.id);
+int insert_task(Database& database, const Task& task) {
+  static const std::string sql = insert_sql();
+  const PreparedUse insert = database.prepared(sql);
+  bind_task(*insert, task);
+  if (task.id != -1) {
+    insert->bind(kColumns + 2, task.id);
   }
-  insert.exec();
+  insert->exec();
   return static_cast<int>(database.getLastInsertRowid());
 }
 
-void update_task(SQLite::Database& database, const Task& task) {
-  SQLite::Statement statement(
-      database, "UPDATE tasks SET " + column_names(" = ?") + ", next_run = ? WHERE id = ?");
-  bind_task(statement, task);
-  statement.bind(kColumns + 2, task.id);
-  statement.exec();
+void update_task(Database& database, const Task& task) {
+  static const std::string sql =
+      "UPDATE tasks SET " + column_names(" = ?") + ", next_run = ? WHERE id = ?";
+  const PreparedUse statement = database.prepared(sql);
+  bind_task(*statement, task);
+  statement->bind(kColumns + 2, task.id);
+  statement->exec();
 }
 
-bool is_stored(SQLite::Database& database, int id) {
+bool is_stored(Database& database, int id) {
   SQLite::Statement statement(database, "SELECT 1 FROM tasks WHERE id = ?");
   statement.bind(1, id);
   return statement.executeStep();
@@ -133,16 +103,47 @@ absl::CivilDay today() {
 
 }  // namespace
 
+const std::string& select_tasks() {
+  static const std::string sql = "SELECT id, next_run, " + column_names("") + " FROM tasks";
+  return sql;
+}
+
+Task read_task(SQLite::Statement& row) {
+  Task task;
+  task.id = row.getColumn(0).getInt();
+  if (!row.isColumnNull(1)) {
+    task.next_run = row.getColumn(1).getInt64();
+  }
+  int column = 2;
+  for (const TextColumn& text : kTextColumns) {
+    task.*text.member = row.getColumn(column++).getString();
+  }
+  for (const FlagColumn& flag : kFlagColumns) {
+    task.*flag.member = row.getColumn(column++).getInt() != 0;
+  }
+  return task;
+}
+
+Task find_task(Database& database, int id) {
+  static const std::string sql = select_tasks() + " WHERE id = ?";
+  const PreparedUse statement = database.prepared(sql);
+  statement->bind(1, id);
+  if (!statement->executeStep()) {
+    throw StoreFailure(StoreError::kNoSuchTask, "There is no task " + std::to_string(id) + ".");
+  }
+  return read_task(*statement);
+}
+
 Task load_task(int id) {
   if (id == -1) {
     return Task();
   }
-  return with_store([&](SQLite::Database& database) { return find_task(database, id); });
+  return with_store([&](Database& database) { return find_task(database, id); });
 }
 
 void for_each_task(const std::function<void(Task&&)>& take) {
-  with_store([&](SQLite::Database& database) {
-    SQLite::Statement statement(database, select_sql() + " ORDER BY id");
+  with_store([&](Database& database) {
+    SQLite::Statement statement(database, select_tasks() + " ORDER BY id");
     while (statement.executeStep()) {
       take(read_task(statement));
     }
@@ -152,12 +153,11 @@ void for_each_task(const std::function<void(Task&&)>& take) {
 void save_task(TaskRecord& record) {
   require_usable(record);
   bool due_time_changed = true;
-  const Task saved = in_transaction([&](SQLite::Database& database) {
+  const Task saved = in_transaction([&](Database& database) {
     const int id = record.task().id;
     if (id == -1) {
       Task task = settled(record.task());
-      SQLite::Statement insert(database, insert_sql());
-      task.id = insert_task(database, insert, task);
+      task.id = insert_task(database, task);
       return task;
     }
     const Task stored = find_task(database, id);
@@ -178,9 +178,8 @@ void save_task(TaskRecord& record) {
 
 void insert_tasks(std::vector<TaskRecord>& records, TakenIds taken) {
   std::for_each(records.begin(), records.end(), require_usable);
-  const auto stored = in_transaction([&](SQLite::Database& database) {
+  const auto stored = in_transaction([&](Database& database) {
     std::vector<std::pair<int, std::optional<std::int64_t>>> ids_and_next_runs;
-    SQLite::Statement insert(database, insert_sql());
     for (const TaskRecord& record : records) {
       const int id = record.task().id;
       if (id != -1 && taken == TakenIds::kRefuse && is_stored(database, id)) {
@@ -188,7 +187,7 @@ void insert_tasks(std::vector<TaskRecord>& records, TakenIds taken) {
                                                       std::to_string(id) + " already.");
       }
       const Task task = settled(record.task());
-      ids_and_next_runs.emplace_back(insert_task(database, insert, task), task.next_run);
+      ids_and_next_runs.emplace_back(insert_task(database, task), task.next_run);
     }
     return ids_and_next_runs;
   });
@@ -199,10 +198,10 @@ void insert_tasks(std::vector<TaskRecord>& records, TakenIds taken) {
 }
 
 void remove_task(int id) {
-  const int removed = with_store([&](SQLite::Database& database) {
-    SQLite::Statement statement(database, "DELETE FROM tasks WHERE id = ?");
-    statement.bind(1, id);
-    return statement.exec();
+  const int removed = with_store([&](Database& database) {
+    const PreparedUse statement = database.prepared("DELETE FROM tasks WHERE id = ?");
+    statement->bind(1, id);
+    return statement->exec();
   });
   if (removed == 0) {
     throw StoreFailure(StoreError::kNoSuchTask, "There is no task " + std::to_string(id) + ".");
