@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string_view>
 
 #include "costs/allocations.h"
@@ -194,8 +195,10 @@ void register_documents() {
   });
   add("task document out/floor", copy);
   add("task document in/measured", [] {
-    KAVOSchedTaskConvertFromJson_Basic(document, *task);
-    KAVOSchedTaskConvertFromJson_Schedule(document, *task);
+    if (!KAVOSchedTaskConvertFromJson_Basic(document, *task) ||
+        !KAVOSchedTaskConvertFromJson_Schedule(document, *task)) {
+      throw std::runtime_error("a task document is refused");
+    }
   });
   add("task document in/floor", copy);
 }
