@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "costs/allocations.h"
 #include "costs/costs.h"
 #include "costs/raw_store.h"
 #include "costs/sample_appliance.h"
@@ -80,12 +81,16 @@ void add(const std::string& name, const std::shared_ptr<Actions>& actions, const
     };
     ready();
     work(round++);
+    std::int64_t held = 0;
     for (auto _ : state) {
       state.PauseTiming();
       ready();
+      held -= allocations().held;
       state.ResumeTiming();
       work(round++);
+      held += allocations().held;
     }
+    count_held(state, held);
   })->UseRealTime();
 }
 
