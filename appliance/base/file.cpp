@@ -4,8 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-
-#include "base/descriptor.h"
+#include <cstdlib>
 
 namespace kavo {
 namespace {
@@ -42,6 +41,40 @@ std::optional<std::string> read_file(const std::string& path, size_t limit, stru
   bytes.resize(static_cast<size_t>(length));
   if (status != nullptr) *status = found;
   return bytes;
+}
+
+bool is_shared_folder(const std::string& folder) {
+  constexpr mode_t kShared = S_ISGID | S_IWGRP;
+  struct stat status = {};
+  return stat(folder.c_str(), &status) == 0 && (status.st_mode & kShared) == kShared;
+}
+
+bool make_shared_file(const std::string& path) {
+  std::string fresh = path + ".XXXXXX";
+  Descriptor file(mkostemp(fresh.data(), O_CLOEXEC));
+  if (!file.valid()) return false;
+  const bool for_group = is_shared_folder(path.substr(0, path.rfind('/') + 1));
+  const bool ready =
+      fchmod(file.get(), S_IRUSR | S_IWUSR | (for_group ? S_IRGRP | S_IWGRP : 0U)) == 0;
+  // Closed before it has its name: to close a file lets go of all the locks that this process has
+  // on it, and another thread may have taken some by then.
+  file = Descriptor();
+  const bool made = ready && (link(fresh.c_str(), path.c_str()) == 0 || errno == EEXIST);
+  const int error = errno;
+  unlink(fresh.c_str());
+  errno = error;
+  return made;
+}
+
+Descriptor open_shared_file(const std::string& path) {
+  const auto open_it = [&] {
+    return Descriptor(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+  };
+  Descriptor file = open_it();
+  if (!file.valid() && errno == ENOENT && make_shared_file(path)) {
+    file = open_it();
+  }
+  return file;
 }
 
 }  // namespace kavo

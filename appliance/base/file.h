@@ -1,4 +1,4 @@
-// Reading of small files.
+// Reading of small files, and making of those that several processes write.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +6,8 @@
 #include <string>
 
 #include <sys/stat.h>
+
+#include "base/descriptor.h"
 
 namespace kavo {
 
@@ -15,5 +17,18 @@ namespace kavo {
 // a change during it shows as a different modification time later.
 std::optional<std::string> read_file(const std::string& path, size_t limit,
                                      struct stat* status = nullptr);
+
+// Whether the group of a folder shares what is in it: it may make files there, and they become its
+// own (mode 2770).
+bool is_shared_folder(const std::string& folder);
+
+// Makes an empty file unless it is there: for its owner alone (mode 0600), and in a shared folder
+// for the group, too (0660), whatever the umask. Nobody ever sees it with another mode. False, with
+// errno set, on failure.
+bool make_shared_file(const std::string& path);
+
+// Opens a file for reading and writing, after making it where it is missing. Follows no link in its
+// last part. Invalid, with errno set, on failure.
+Descriptor open_shared_file(const std::string& path);
 
 }  // namespace kavo

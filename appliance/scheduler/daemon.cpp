@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/signalfd.h>
-#include <sys/socket.h>
 #include <sys/timerfd.h>
 #include <syslog.h>
 
@@ -17,7 +16,9 @@
 #include <system_error>
 
 #include "base/clock.h"
+#include "base/file.h"
 #include "store/database.h"
+#include "store/run_start.h"
 #include "store/wake_up.h"
 
 namespace kavo {
@@ -32,7 +33,7 @@ constexpr std::int64_t kFarFuture = 7258118400;  // 2200
 Descriptor lock_store() {
   with_store([](SQLite::Database&) {});  // creates the folder
   const std::string file = store_folder() + "/schedd.lock";
-  Descriptor lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+  Descriptor lock = open_shared_file(file);
   if (!lock.valid()) {
     throw std::runtime_error("The file " + file + " cannot be opened: " + strerror(errno));
   }
@@ -56,9 +57,15 @@ Descriptor listen_for_end() {
   return Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-void drain(int socket) {
-  char word = 0;
-  while (recv(socket, &word, sizeof word, MSG_DONTWAIT) >= 0) {
+// For somebody who may not do it.
+void stop(std::int64_t run_id) {
+  try {
+    if (!stop_own_run(run_id)) {
+      syslog(LOG_ERR, "Run %lld cannot be stopped: its runner belongs to another account",
+             static_cast<long long>(run_id));
+    }
+  } catch (const StoreFailure& failure) {
+    syslog(failure.code() == StoreError::kEnded ? LOG_INFO : LOG_ERR, "%s", failure.what());
   }
 }
 
@@ -144,7 +151,9 @@ bool Daemon::wait() {
       }
       return false;
     }
-    drain(wake_ups_.get());
+    for (const std::int64_t run_id : take_wake_ups(wake_ups_)) {
+      stop(run_id);
+    }
     if (events[4].revents != 0 && zones_.changed()) {
       zones_settled_ = Steady::now() + kZonesSettle;
     }

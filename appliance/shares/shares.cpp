@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <set>
 #include <string_view>
 
@@ -24,7 +25,6 @@
 namespace kavo {
 namespace {
 
-constexpr const char* kSharesFolder = "/etc/kavo";
 constexpr const char* kSharesFile = "/etc/kavo/shares.json";
 constexpr size_t kMaxFileSize = size_t{16} << 20;
 constexpr unsigned int kEveryShare = 0x30F;
@@ -65,6 +65,15 @@ const char* find_fault(const Json::Value& document) {
   return nullptr;
 }
 
+// The file of shares. Where a link stands in its place, the file that it leads to: that is the one
+// to be replaced, in its own folder.
+std::string shares_file() {
+  const std::filesystem::path path = rooted(kSharesFile);
+  std::error_code error;
+  const std::filesystem::path target = std::filesystem::read_symlink(path, error);
+  return error ? path : path.parent_path() / target;
+}
+
 // The file of shares, checked; an empty list when there is no file.
 std::optional<Json::Value> read_document(std::string* why) {
   const auto fail = [why](int code, int line, const std::string& reason) {
@@ -102,8 +111,7 @@ bool write_all(int fd, std::string_view bytes) {
 // Held by whoever changes the file of shares, until it is destroyed: a file beside it, because the
 // file itself is replaced.
 Descriptor lock_shares() {
-  Descriptor lock(open((rooted(kSharesFile) + ".lock").c_str(),
-                       O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+  Descriptor lock = open_shared_file(shares_file() + ".lock");
   if (!lock.valid()) return lock;
   while (flock(lock.get(), LOCK_EX) != 0) {
     if (errno != EINTR) return Descriptor();
@@ -111,13 +119,15 @@ Descriptor lock_shares() {
   return lock;
 }
 
-// Replaces the file of shares by `document`, with the same permissions. The old file or the new
-// one is there at any moment, a loss of power included. For the holder of the lock only.
+// Replaces the file of shares by `document`, with the same permissions, and the same owner where
+// the system lets it have that. The old file or the new one is there at any moment, a loss of power
+// included. For the holder of the lock only.
 bool store(const Json::Value& document) {
-  const std::string path = rooted(kSharesFile);
+  const std::string path = shares_file();
   const std::string fresh = path + ".new";
   struct stat old = {};
-  const mode_t mode = stat(path.c_str(), &old) == 0 ? old.st_mode & 0777 : 0644;
+  const bool replaces = stat(path.c_str(), &old) == 0;
+  const mode_t mode = replaces ? old.st_mode & 0777 : 0644;
 
   Json::StreamWriterBuilder writer;
   writer["indentation"] = "  ";
@@ -125,6 +135,7 @@ bool store(const Json::Value& document) {
   unlink(fresh.c_str());  // what an interrupted change has left
   const Descriptor file(
       open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (file.valid() && replaces) (void)!fchown(file.get(), old.st_uid, old.st_gid);
   const bool written = file.valid() &&
                        write_all(file.get(), Json::writeString(writer, document) + "\n") &&
                        fchmod(file.get(), mode) == 0 && fsync(file.get()) == 0 &&
@@ -133,7 +144,8 @@ bool store(const Json::Value& document) {
     unlink(fresh.c_str());
     return false;
   }
-  const Descriptor folder(open(rooted(kSharesFolder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const std::string parent = std::filesystem::path(path).parent_path();
+  const Descriptor folder(open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   return folder.valid() && fsync(folder.get()) == 0;
 }
 

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "base/file.h"
 #include "base/root.h"
 
 namespace kavo {
@@ -203,6 +204,11 @@ int wait_a_little(void* /*unused*/, int waited) {
 
 std::unique_ptr<Database> open(const std::string& file) {
   create_folder(store_folder());
+  // SQLite gives its other files the mode of this one, and says what is wrong where it cannot be
+  // made.
+  if (access(file.c_str(), F_OK) != 0) {
+    (void)make_shared_file(file);
+  }
   auto database = std::make_unique<Database>(file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
   wait_for_others(*database);
   database->exec("PRAGMA journal_mode = WAL");

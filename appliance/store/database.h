@@ -48,7 +48,8 @@ class Database : public SQLite::Database {
 
 // The calling thread's connection to the store's file. Opened when it is first asked for: creates
 // the folder (mode 0700) and the file when they are not there, and brings an older file up to date
-// in one transaction. Belongs to the thread; after a fork the child gets one of its own. Throws
+// in one transaction. A folder that was made for a group to share (mode 2770) gives that group all
+// of the store. Belongs to the thread; after a fork the child gets one of its own. Throws
 // SQLite::Exception or StoreFailure.
 Database& connection();
 

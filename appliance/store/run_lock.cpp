@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/file.h"
 #include "store/database.h"
 
 namespace kavo {
@@ -13,8 +14,7 @@ namespace {
 
 Descriptor open_lock_file() {
   const std::string file = store_folder() + "/runs.lock";
-  Descriptor descriptor(
-      open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+  Descriptor descriptor = open_shared_file(file);
   if (!descriptor.valid()) {
     throw StoreFailure(StoreError::kUnavailable,
                        "The file " + file + " cannot be opened: " + strerror(errno));

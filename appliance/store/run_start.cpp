@@ -25,8 +25,8 @@ StoreFailure ended(std::int64_t id, const std::string& how) {
   return {StoreError::kEnded, "Run " + std::to_string(id) + " has ended already: " + how + "."};
 }
 
-// Tells the runner of a run that goes on to stop it.
-void tell_runner(const Run& run) {
+// Tells the runner of a run that goes on to stop it. False when it belongs to another account.
+bool tell_runner(const Run& run) {
   // The process is held first and the lock looked at then: while the lock is held the runner lives,
   // so that the number cannot have gone to another process before.
   const Descriptor runner = hold_process(run.runner);
@@ -37,9 +37,11 @@ void tell_runner(const Run& run) {
     settle_run(run.id);
     throw ended(run.id, load_run(run.id).result);
   }
-  if (!signal_process(runner, SIGTERM) && errno != ESRCH) {
+  const bool told = signal_process(runner, SIGTERM) || errno == ESRCH;
+  if (!told && errno != EPERM) {
     throw cannot_stop(run.id);
   }
+  return told;
 }
 
 }  // namespace
@@ -57,16 +59,22 @@ std::int64_t start_run(int task_id) {
   return id;
 }
 
-void stop_run(std::int64_t id) {
+bool stop_own_run(std::int64_t id) {
   if (stop_waiting(id)) {
     wake_scheduler();  // a place in the line is free
-    return;
+    return true;
   }
   const Run run = load_run(id);
   if (run.ended) {
     throw ended(id, run.result);
   }
-  tell_runner(run);
+  return tell_runner(run);
+}
+
+void stop_run(std::int64_t id) {
+  if (!stop_own_run(id)) {
+    SchedulerLine().ask_to_stop(id);
+  }
 }
 
 }  // namespace kavo

@@ -1,4 +1,4 @@
-// Starting and stopping runs by hand. Both functions work on the calling thread's connection, may
+// Starting and stopping runs by hand. These functions work on the calling thread's connection, may
 // be used in a process of several threads, and throw StoreFailure.
 #pragma once
 
@@ -12,8 +12,13 @@ namespace kavo {
 std::int64_t start_run(int task_id);
 
 // Stops a run: one that waits ends as stopped, at once. The runner of one that goes on is told to
-// end everything it has started, which takes up to ten seconds; this does not wait for it. Fails
-// with kEnded when the run has ended, or its runner has died.
+// end everything it has started, which takes up to ten seconds; this does not wait for it. Where
+// the runner belongs to another account, the scheduler is asked to tell it. Fails with kEnded when
+// the run has ended, or its runner has died, and with kNoScheduler when one is needed and not
+// there.
 void stop_run(std::int64_t id);
+
+// As stop_run(), without the scheduler: false when that is needed.
+bool stop_own_run(std::int64_t id);
 
 }  // namespace kavo

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/file.h"
 #include "store/database.h"
 
 namespace kavo {
@@ -57,6 +59,12 @@ void SchedulerLine::wake() const {
   }
 }
 
+void SchedulerLine::ask_to_stop(std::int64_t run_id) const {
+  if (send(socket_.get(), &run_id, sizeof run_id, MSG_NOSIGNAL) < 0) {
+    throw no_scheduler();
+  }
+}
+
 void wake_scheduler() {
   try {
     SchedulerLine().wake();
@@ -70,12 +78,28 @@ Descriptor listen_for_wake_ups() {
   const Address address;
   Descriptor socket = new_socket();
   (void)unlinkat(address.folder.get(), kSocket, 0);  // of one that ended; else bind() tells
-  if (!socket.valid() || bind(socket.get(), address.get(), sizeof address.name) != 0) {
+  const mode_t group = is_shared_folder(store_folder()) ? S_IRGRP | S_IWGRP : 0U;
+  const mode_t usual = umask(~(S_IRUSR | S_IWUSR | group) & ACCESSPERMS);
+  const bool bound = socket.valid() && bind(socket.get(), address.get(), sizeof address.name) == 0;
+  umask(usual);
+  if (!bound) {
     throw StoreFailure(StoreError::kUnavailable, std::string("The socket for wake-ups in ") +
                                                      store_folder() +
                                                      " cannot be made: " + strerror(errno));
   }
   return socket;
+}
+
+std::vector<std::int64_t> take_wake_ups(const Descriptor& socket) {
+  std::vector<std::int64_t> to_stop;
+  std::int64_t message = 0;
+  for (ssize_t size = 0; size >= 0;) {
+    size = recv(socket.get(), &message, sizeof message, MSG_DONTWAIT);
+    if (size == sizeof message) {
+      to_stop.push_back(message);
+    }
+  }
+  return to_stop;
 }
 
 }  // namespace kavo

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "base/file.h"
 #include "base/root.h"
@@ -30,6 +31,35 @@ TEST(ReadFile, ReadsRegularFilesUpToTheLimit) {
   EXPECT_EQ(kavo::read_file(folder.path(), 100), std::nullopt);
   EXPECT_EQ(kavo::read_file(folder.path() / "absent", 100), std::nullopt);
   EXPECT_EQ(kavo::read_file(file + std::string("\0x", 2), 100), std::nullopt);
+}
+
+TEST(SharedFile, IsItsOwnersOrItsSharedFoldersWhateverTheUmask) {
+  const TemporaryFolder folder;
+  const std::string file = folder.path() / "file";
+  const auto mode_in = [&](mode_t folder_mode) {
+    unlink(file.c_str());
+    EXPECT_EQ(chmod(folder.path().c_str(), folder_mode), 0);
+    EXPECT_TRUE(kavo::open_shared_file(file).valid());
+    struct stat status = {};
+    EXPECT_EQ(stat(file.c_str(), &status), 0);
+    return status.st_mode & ALLPERMS;
+  };
+  for (const mode_t mask : {0, 0077}) {
+    const mode_t usual = umask(mask);
+    EXPECT_EQ(mode_in(0700), 0600U);
+    EXPECT_EQ(mode_in(0770), 0600U);  // files there are their maker's group's, whichever that is
+    EXPECT_EQ(mode_in(02770), 0660U);
+    umask(usual);
+  }
+  folder.write("file", "bytes");
+  EXPECT_TRUE(kavo::make_shared_file(file));
+  EXPECT_TRUE(kavo::open_shared_file(file).valid());
+  EXPECT_EQ(kavo::read_file(file, 9), "bytes");
+  std::filesystem::create_symlink(file, folder.path() / "link");
+  EXPECT_FALSE(kavo::open_shared_file(folder.path() / "link").valid());
+  EXPECT_FALSE(kavo::make_shared_file(folder.path() / "absent/file"));
+  const auto entries = std::filesystem::directory_iterator(folder.path());
+  EXPECT_EQ(std::distance(begin(entries), end(entries)), 2);  // nothing half made is left
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // kavo-schedd as a program.
 
+#include <grp.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include "kill_rounds.h"
@@ -52,6 +54,40 @@ TEST_F(ScheddTest, TermLeavesARunningTaskAloneAndTheNextOneFindsIt) {
   kill(runner, SIGKILL);
   EXPECT_EQ(finished(run).result, "interrupted");
   root_.write("gate", "");
+}
+
+TEST_F(ScheddTest, AnotherAccountOfTheGroupUsesTheStoreAndHasRunsOfItsOwnerStopped) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can take on another account";
+  constexpr uid_t kOther = 65534;
+  const std::filesystem::path store = root_.path() / "var/lib/kavo";
+  std::filesystem::create_directories(store);
+  ASSERT_EQ(chown(store.c_str(), 0, kOther), 0);
+  ASSERT_EQ(chmod(store.c_str(), 02770), 0);
+  ASSERT_EQ(chmod(root_.path().c_str(), 0755), 0);
+  const mode_t usual = umask(0077);
+  const SchedulerProcess scheduler(KAVO_SCHEDD);
+  umask(usual);
+  const int id = store_task("echo $$; exec sleep 1000");
+
+  std::int64_t run = 0;
+  const pid_t other = fork();
+  if (other == 0) {
+    const auto is_running = [&] { return kavo::load_run(run).started.has_value(); };
+    const bool done = setgroups(0, nullptr) == 0 && setgid(kOther) == 0 && setuid(kOther) == 0 &&
+                      (run = kavo::start_run(id)) == 1 && eventually(is_running);
+    if (done) kavo::stop_run(run);
+    _exit(done ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(other, &status, 0), other);
+  ASSERT_EQ(status, 0);
+  EXPECT_EQ(finished(1).result, "stopped");
+  for (const auto& entry : std::filesystem::directory_iterator(store)) {
+    struct stat file = {};
+    ASSERT_EQ(lstat(entry.path().c_str(), &file), 0);
+    EXPECT_EQ(file.st_mode & ALLPERMS, 0660U) << entry.path();
+    EXPECT_EQ(file.st_gid, kOther) << entry.path();
+  }
 }
 
 TEST_F(ScheddTest, WakesForASaveAndForWhatIsDue) {

@@ -105,6 +105,17 @@ TEST_F(Shares, SwitchOneBinAndKeepTheRest) {
   EXPECT_EQ(same.st_ino, status.st_ino);
 }
 
+TEST_F(Shares, ReplaceTheFileThatALinkLeadsTo) {
+  root_.write("var/lib/kavo/shares.json", R"({"shares": [{"name": "a", "path": "/a"}]})");
+  std::filesystem::create_directories(file().parent_path());
+  std::filesystem::create_symlink("../../var/lib/kavo/shares.json", file());
+  EXPECT_EQ(KAVORecycleStatusSet("a", 1), 0);
+  EXPECT_EQ(bins(), "1");
+  EXPECT_TRUE(std::filesystem::is_symlink(file()));
+  std::filesystem::remove(root_.path() / "var/lib/kavo/shares.json");
+  EXPECT_EQ(bins(), "");  // a link that leads nowhere: there are no shares
+}
+
 // Flips the bin of `name` again and again; whether each change was still there afterwards.
 bool flip(const std::string& name, size_t index, int times) {
   for (int i = 0; i < times; ++i) {
