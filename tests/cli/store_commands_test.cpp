@@ -93,6 +93,41 @@ TEST_F(CliTest, RunsThatGoOnAreFollowedAndStopped) {
   EXPECT_THAT(kavo("history").out, HasSubstr("stopped"));
 }
 
+TEST_F(CliTest, AllRunsAreStoppedAtOnce) {
+  root_.write("etc/kavo/kavo.conf", "maxParallelRuns=\"2\"\n");
+  for (const char* id : {"1", "2", "3"}) {
+    create_script("sleeper", "trap '' TERM; while :; do sleep 0.1; done & exec sleep 1000");
+    EXPECT_EQ(kavo(std::string("run ") + id).code, 0);
+  }
+  EXPECT_EQ(kavo("stop").code, 2);
+  EXPECT_EQ(kavo("stop --all 1").code, 2);
+  EXPECT_EQ(kavo("stop --all").out, "3 runs were stopped.\n");
+  for (const Json::Value& run : result_of("history")) {
+    EXPECT_EQ(run["result"], "stopped") << run;
+  }
+  EXPECT_EQ(kavo("stop --all").out, "0 runs were stopped.\n");
+}
+
+TEST_F(CliTest, ABackupIsTheStoreOfAnotherAppliance) {
+  create_script("kept", "echo kept");
+  EXPECT_EQ(kavo("run 1 --wait").code, 0);
+  const TemporaryFolder other;
+  const std::string file = other.path() / "var/lib/kavo/tasks.db";
+  std::filesystem::create_directories(other.path() / "var/lib/kavo");
+  EXPECT_EQ(kavo("backup " + file).code, 0);
+  const std::string tasks = kavo("export").out;
+  create_script("later", "true");
+  const std::string there = "KAVO_ROOT=" + other.path().string() + " usr/kavo/bin/kavo ";
+  EXPECT_EQ(run_in(root_, there + "export").out, tasks);
+  EXPECT_EQ(run_in(root_, there + "output 1").out, "kept\n");
+
+  const Finished again = kavo("backup " + file);  // and nothing is written over
+  EXPECT_EQ(again.code, 1);
+  EXPECT_THAT(again.err, HasSubstr("tasks.db cannot be written: File exists"));
+  EXPECT_EQ(run_in(root_, there + "export").out, tasks);
+  EXPECT_EQ(kavo("backup /dev/full").code, 1);
+}
+
 TEST_F(CliTest, TextsOfTasksCannotSteerTheTerminal) {
   // Escape, line feed, delete, and the one-character forms of escape sequences.
   const std::string name = "a\x1b[31m\n\x7f\u0085\u009b2Jz";

@@ -1,9 +1,11 @@
 // All tasks as one JSON document, {"version": 1, "tasks": [...]}, and back. A task has every
-// property that is stored, its schedule as an object. What follows from them is not in it.
+// property that is stored, its schedule as an object. What follows from them is not in it. And the
+// whole store as one file.
 
 #include <set>
 
 #include "base/strict_json.h"
+#include "store/backup.h"
 #include "store/converters.h"
 #include "store/task_store.h"
 #include "tools/kavo/commands.h"
@@ -110,6 +112,11 @@ int export_tasks() {
   Json::Value& tasks = document["tasks"] = Json::Value(Json::arrayValue);
   for_each_task([&](Task&& task) { tasks.append(archived(task)); });
   print_json(document);
+  return 0;
+}
+
+int back_up(const std::string& file) {
+  back_up_store(file);
   return 0;
 }
 

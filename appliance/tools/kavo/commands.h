@@ -42,6 +42,8 @@ int show_history(std::optional<int> task_id, int limit, bool json);
 int show_output(std::int64_t run_id, bool follow);
 // Stops a run that waits or goes on; does not wait for its end.
 int stop(std::int64_t run_id);
+// Stops every run that waits or goes on, and waits for their ends.
+int stop_all();
 
 // Stores the entries of a crontab as tasks in one transaction, those that tasks express exactly,
 // and shows them; with `dry_run` only shows them. `file` is - for standard input. An owner makes it
@@ -53,6 +55,9 @@ int import_crontab(const std::string& file, const std::optional<std::string>& ow
 // none. An id that is taken is refused unless `replace` says to store over it.
 int export_tasks();
 int import_tasks(const std::string& file, bool replace);
+
+// Writes a copy of the store to a new file.
+int back_up(const std::string& file);
 
 // Prints a link to the web server at `url` that signs `user`, or the caller, in: once, and within
 // ten minutes.

@@ -26,6 +26,7 @@ struct Options {
   bool json = false;
   bool wait = false;
   bool follow = false;
+  bool all = false;
   int id = 0;
   std::vector<int> ids;
   std::optional<int> task_id;
@@ -102,6 +103,16 @@ void add_tasks(CLI::App& app, Options& options, Command& chosen) {
       ->required();
 }
 
+int stop_runs(const Options& options) {
+  if (options.all) {
+    return kavo::stop_all();
+  }
+  if (options.run_id == 0) {
+    throw kavo::UsageError("The number of a run is needed, or --all.");
+  }
+  return kavo::stop(options.run_id);
+}
+
 void add_runs(CLI::App& app, Options& options, Command& chosen) {
   CLI::App* run = add_command(app, "run", "Start a task now", chosen, [&] {
     return kavo::run_task(options.id, options.wait, options.json);
@@ -121,9 +132,10 @@ void add_runs(CLI::App& app, Options& options, Command& chosen) {
                                  [&] { return kavo::show_output(options.run_id, options.follow); });
   output->add_option("RUN", options.run_id, "The run's number")->required();
   output->add_flag("--follow", options.follow, "Go on until the run ends");
-  add_command(app, "stop", "Stop a run", chosen, [&] { return kavo::stop(options.run_id); })
-      ->add_option("RUN", options.run_id, "The run's number")
-      ->required();
+  CLI::App* stop =
+      add_command(app, "stop", "Stop runs", chosen, [&] { return stop_runs(options); });
+  CLI::Option* number = stop->add_option("RUN", options.run_id, "The run's number");
+  stop->add_flag("--all", options.all, "Stop all runs, and wait for their ends")->excludes(number);
 }
 
 void add_transfer(CLI::App& app, Options& options, Command& chosen) {
@@ -143,6 +155,10 @@ void add_transfer(CLI::App& app, Options& options, Command& chosen) {
       "rules of schedules hold.");
   add_command(app, "export", "Print all tasks as one JSON document", chosen,
               [] { return kavo::export_tasks(); });
+  add_command(app, "backup", "Write a copy of all that is stored to a file", chosen,
+              [&] { return kavo::back_up(options.file); })
+      ->add_option("FILE", options.file, "A file that is not there yet")
+      ->required();
   CLI::App* tasks =
       add_command(app, "import", "Store the tasks of an exported document again", chosen,
                   [&] { return kavo::import_tasks(options.file, options.replace); });

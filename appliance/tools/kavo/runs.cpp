@@ -5,6 +5,7 @@
 #include "base/clock.h"
 #include "store/failure.h"
 #include "store/run_lock.h"
+#include "store/run_queue.h"
 #include "store/run_start.h"
 #include "store/run_store.h"
 #include "store/wake_up.h"
@@ -143,6 +144,29 @@ int show_output(std::int64_t run_id, bool follow) {
 int stop(std::int64_t run_id) {
   stop_run(run_id);
   std::cout << "Run " << run_id << (load_run(run_id).ended ? " was" : " is being") << " stopped.\n";
+  return 0;
+}
+
+int stop_all() {
+  std::vector<std::int64_t> ids;
+  for_each_waiting([&](const WaitingRun& run) {
+    ids.push_back(run.id);
+    return true;
+  });
+  for (const Run& run : started_runs()) {
+    ids.push_back(run.id);
+  }
+  for (const std::int64_t id : ids) {
+    try {
+      stop_run(id);
+    } catch (const StoreFailure& failure) {
+      if (failure.code() != StoreError::kEnded) throw;
+    }
+  }
+  for (const std::int64_t id : ids) {
+    wait_for_end(id);
+  }
+  std::cout << ids.size() << (ids.size() == 1 ? " run was stopped.\n" : " runs were stopped.\n");
   return 0;
 }
 
