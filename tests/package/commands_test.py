@@ -1,0 +1,73 @@
+"""Holds the manual pages and the completion against what the commands say of themselves.
+
+commands_test.py PACKAGING_FOLDER PROGRAM...
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+import unittest
+
+PACKAGING, *PROGRAMS = [pathlib.Path(argument) for argument in sys.argv[1:]]
+COMPLETION = (PACKAGING / "kavo.bash").read_text()
+
+
+def help_of(*command):
+    done = subprocess.run([*command, "--help"], capture_output=True, text=True, check=True)
+    options = re.findall(r"^ +(-[\w-]+)(?:,(--[\w-]+))?", done.stdout, re.MULTILINE)
+    commands = re.search(r"^Subcommands:\n((?: .*\n)+)", done.stdout, re.MULTILINE)
+    names = re.findall(r"^  ([\w-]+)", commands.group(1), re.MULTILINE) if commands else []
+    return {option for pair in options for option in pair if option}, names
+
+
+def all_of(program):
+    """The options and subcommands of a program, its subcommands' included."""
+    options, names = help_of(program)
+    seen = list(names)
+    for name in names if program.name == "kavo" else []:  # the others' take names only
+        more, below = help_of(program, name)
+        options |= more
+        seen += below
+        for each in below:
+            options |= help_of(program, name, each)[0]
+    return options, seen
+
+
+def in_page(option):
+    return re.sub(r"^(-+)", lambda dashes: "Fl " * len(dashes.group(1)), option)
+
+
+def complete(*words):
+    script = 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kavo; echo "${COMPREPLY[@]}"'
+    command = ["bash", "-c", script, "bash", PACKAGING / "kavo.bash", *words]
+    path = str(next(program for program in PROGRAMS if program.name == "kavo").parent)
+    return subprocess.run(command, capture_output=True, text=True, check=False,
+                          env={"PATH": path + ":/usr/bin:/bin", "KAVO_ROOT": "/nowhere"}).stdout.split()
+
+
+class Commands(unittest.TestCase):
+    def test_a_page_names_every_option_and_subcommand(self):
+        for program in PROGRAMS:
+            page = next((PACKAGING / "man").glob(program.name + ".[18]")).read_text()
+            options, names = all_of(program)
+            self.assertIn("--help", options)
+            for option in options:
+                self.assertRegex(page, re.escape(in_page(option)) + r"\b", program.name)
+            for name in names:
+                self.assertRegex(page, r"(Ic|Cm)( task)? " + name + r"\b", program.name)
+
+    def test_the_completion_knows_every_subcommand_and_option(self):
+        program = next(program for program in PROGRAMS if program.name == "kavo")
+        options, names = all_of(program)
+        for word in {*options, *names} - {"-h"}:
+            self.assertRegex(COMPLETION, r"(?<![\w-])" + re.escape(word) + r"(?![\w-])")
+        self.assertEqual(complete("kavo", "st"), ["stop"])
+        self.assertEqual(complete("kavo", "stop", "--"), ["--all"])
+        self.assertEqual(complete("kavo", "task", "next", "--j"), ["--json"])
+        self.assertEqual(complete("kavo", "sign-in-link", "--user", "roo"), ["root"])
+        self.assertIn("/usr/", [word + "/" for word in complete("kavo", "import", "/us")])
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
