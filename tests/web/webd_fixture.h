@@ -150,7 +150,10 @@ class WebdTest : public testing::Test {
     std::filesystem::copy(TEXTS_FOLDER, path("usr/kavo/kavoman/webman/texts"),
                           std::filesystem::copy_options::recursive);
   }
-  ~WebdTest() override { end(SIGTERM); }
+  void TearDown() override {
+    end(SIGTERM);
+    EXPECT_THAT(read("log"), testing::Not(testing::HasSubstr("Sanitizer")));
+  }
 
   std::filesystem::path path(const std::string& relative) const { return root_.path() / relative; }
 
