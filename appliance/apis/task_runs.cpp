@@ -89,18 +89,23 @@ Json::Value list_runs(const KAVO::APIRequest& request) {
 Json::Value last_runs(const KAVO::APIRequest& request) {
   const std::vector<int> task_ids = task_ids_of(request);
   const std::optional<std::int64_t> known = known_revision(request);
-  const Runs found = newest_runs(task_ids, known);
+  const Newest found = newest_runs(task_ids, known);
   Json::Value data;
   data["revision"] = Json::Int64{found.revision};
   data["runs"] = Json::Value(Json::objectValue);
+  data["next"] = Json::Value(Json::objectValue);
   if (known == found.revision) {
     return data;
   }
   for (const int id : task_ids) {
     data["runs"][std::to_string(id)] = Json::Value();
+    data["next"][std::to_string(id)] = Json::Value();
   }
   for (const Run& run : found.runs) {
     data["runs"][std::to_string(run.task_id)] = run_json(run);
+  }
+  for (const auto& [id, due] : found.due) {
+    data["next"][std::to_string(id)] = Json::Int64{due};
   }
   return data;
 }

@@ -86,20 +86,27 @@ Runs find_runs(const RunFilter& filter, int offset, int limit) {
   });
 }
 
-Runs newest_runs(const std::vector<int>& task_ids, std::optional<std::int64_t> known) {
+Newest newest_runs(const std::vector<int>& task_ids, std::optional<std::int64_t> known) {
   return reading([&](SQLite::Database& database) {
-    Runs found;
+    Newest found;
     found.revision = revision(database);
     if (known == found.revision) {
       return found;
     }
     SQLite::Statement newest(
         database, std::string(kSelectRuns) + "WHERE task_id = ? ORDER BY id DESC LIMIT 1");
+    SQLite::Statement next(
+        database, "SELECT next_run FROM tasks WHERE id = ? AND enabled AND next_run IS NOT NULL");
     for (const int task_id : task_ids) {
       newest.reset();
       newest.bind(1, task_id);
       if (newest.executeStep()) {
         found.runs.push_back(read_run(newest));
+      }
+      next.reset();
+      next.bind(1, task_id);
+      if (next.executeStep()) {
+        found.due[task_id] = next.getColumn(0).getInt64();
       }
     }
     found.total = static_cast<std::int64_t>(found.runs.size());

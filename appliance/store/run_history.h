@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,9 +35,12 @@ struct Runs {
 // Up to `limit` runs after the first `offset`.
 Runs find_runs(const RunFilter& filter, int offset, int limit);
 
-// The newest run of each of these tasks that has one. With the revision `known`, nothing but the
-// revision when it is still the same.
-Runs newest_runs(const std::vector<int>& task_ids, std::optional<std::int64_t> known);
+// Of each of these tasks the newest run, when it has one, and when it is due next. With the
+// revision `known`, nothing but the revision when it is still the same.
+struct Newest : Runs {
+  std::map<int, std::int64_t> due;  // by task, UTC seconds; only of those that will be due
+};
+Newest newest_runs(const std::vector<int>& task_ids, std::optional<std::int64_t> known);
 
 struct RunOutput {
   std::string bytes;
