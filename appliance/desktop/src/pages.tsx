@@ -1,0 +1,33 @@
+// Paging with the page's own texts.
+import { Pagination } from '@patternfly/react-core';
+import { useTexts } from './texts';
+
+interface PagesProps {
+  total: number;
+  page: number;
+  perPage: number;
+  onPage: (page: number, perPage: number) => void;
+}
+
+export function Pages({ total, page, perPage, onPage }: PagesProps) {
+  const { t } = useTexts();
+  return (
+    <Pagination
+      isCompact
+      itemCount={total}
+      page={page}
+      perPage={perPage}
+      perPageOptions={[10, 20, 50, 100].map((value) => ({ title: String(value), value }))}
+      onSetPage={(_, next) => onPage(next, perPage)}
+      onPerPageSelect={(_, next) => onPage(1, next)}
+      titles={{
+        paginationAriaLabel: t('pages'),
+        toNextPageAriaLabel: t('page_next'),
+        toPreviousPageAriaLabel: t('page_previous'),
+        optionsToggleAriaLabel: t('per_page'),
+        perPageSuffix: t('per_page_suffix'),
+        ofWord: t('page_of'),
+      }}
+    />
+  );
+}

@@ -1,0 +1,30 @@
+import { Label, type LabelProps } from '@patternfly/react-core';
+import type { Run, RunResult } from '../api/types';
+import { useTexts } from '../texts';
+
+const statuses: Record<RunResult, LabelProps['status'] | undefined> = {
+  waiting: undefined,
+  running: 'info',
+  ok: 'success',
+  'exit code': 'danger',
+  signal: 'danger',
+  stopped: 'warning',
+  'time limit': 'danger',
+  interrupted: 'danger',
+  missed: 'warning',
+  skipped: 'warning',
+  refused: 'danger',
+};
+
+export const resultKey = (result: RunResult): string => `result_${result.replace(' ', '_')}`;
+
+/** How a run ended, or that it goes on, in colour and in words. */
+export function ResultLabel({ run }: { run: Run }) {
+  const { t } = useTexts();
+  const status = statuses[run.result];
+  return (
+    <Label isCompact variant="outline" {...(status ? { status } : {})}>
+      {t(resultKey(run.result), { code: run.code ?? '' })}
+    </Label>
+  );
+}
