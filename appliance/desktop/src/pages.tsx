@@ -24,7 +24,6 @@ export function Pages({ total, page, perPage, onPage }: PagesProps) {
         paginationAriaLabel: t('pages'),
         toNextPageAriaLabel: t('page_next'),
         toPreviousPageAriaLabel: t('page_previous'),
-        optionsToggleAriaLabel: t('per_page'),
         perPageSuffix: t('per_page_suffix'),
         ofWord: t('page_of'),
       }}

@@ -38,13 +38,16 @@ const wallClock = (local: string): Date | undefined => {
   return new Date(Date.UTC(year!, month! - 1, day!, hour || 0, minute || 0));
 };
 
-/** "2026-11-22 06:15" as "Sun, Nov 22, 2026, 6:15 AM"; a text of another shape as it is. */
-export function wallClockTime(local: string, language: string): string {
+/**
+ * "2026-11-22 06:15" as "Sun, Nov 22, 2026, 6:15 AM", without the year in that year; a text of
+ * another shape as it is.
+ */
+export function wallClockTime(local: string, language: string, present = 0): string {
   const date = wallClock(local);
   if (!date) return local;
   return new Intl.DateTimeFormat(language, {
     weekday: 'short',
-    year: 'numeric',
+    ...(date.getUTCFullYear() === present ? {} : { year: 'numeric' }),
     month: 'short',
     day: 'numeric',
     ...(local.length > 10 ? { hour: 'numeric', minute: '2-digit' } : {}),

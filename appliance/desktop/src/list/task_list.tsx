@@ -1,4 +1,4 @@
-import { Content, PageSection, Title } from '@patternfly/react-core';
+import { PageSection, Title } from '@patternfly/react-core';
 import { useEffect, useState } from 'react';
 import type { TaskRow } from '../api/types';
 import { useTexts } from '../texts';
@@ -53,10 +53,12 @@ export function TaskList() {
   return (
     <>
       <PageSection hasBodyWrapper={false}>
-        <Title headingLevel="h1">{t('tasks')}</Title>
-        <Content component="p" className="kavo-hint">
-          {shown && !isEmpty ? count('tasks_count', shown.stored) : t('tasks_intro')}
-        </Content>
+        <div className="kavo-heading">
+          <Title headingLevel="h1">{t('tasks')}</Title>
+          <span className="kavo-hint">
+            {shown && !isEmpty ? count('tasks_count', shown.stored) : t('tasks_intro')}
+          </span>
+        </div>
       </PageSection>
       <PageSection hasBodyWrapper={false} isFilled>
         {isEmpty ? (

@@ -26,7 +26,7 @@ function NextRun({ row, next, now }: Pick<TaskTableRowProps, 'row' | 'next' | 'n
   }
   return (
     <>
-      {wallClockTime(row.next_trigger_time, language)}
+      {wallClockTime(row.next_trigger_time, language, new Date(now * 1000).getUTCFullYear())}
       {next !== null && (
         <small className="kavo-hint">{relativeTime(Math.max(0, next - now), language)}</small>
       )}

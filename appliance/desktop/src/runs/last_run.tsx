@@ -4,7 +4,7 @@ import type { Run } from '../api/types';
 import { duration, relativeTime } from '../helpers/format';
 import { useRouter } from '../router';
 import { useTexts } from '../texts';
-import { ResultLabel } from './result_label';
+import { ResultLabel, resultWords } from './result_label';
 
 interface LastRunProps {
   run: Run | null;
@@ -14,7 +14,8 @@ interface LastRunProps {
 
 /** The newest run of a task: its result, and when; while it goes on, for how long. */
 export function LastRun({ run, now, onStop }: LastRunProps) {
-  const { t, language } = useTexts();
+  const texts = useTexts();
+  const { t, language } = texts;
   const { go } = useRouter();
   if (!run) return <span className="kavo-hint">{t('never_ran')}</span>;
   const at = run.ended ?? run.started ?? run.due;
@@ -27,7 +28,7 @@ export function LastRun({ run, now, onStop }: LastRunProps) {
       <Button
         variant="link"
         isInline
-        aria-label={t('show_run', { name: run.name })}
+        aria-label={t('show_run', { result: resultWords(run, texts), name: run.name })}
         onClick={() => go({ view: 'run', id: run.id, task: run.task })}
       >
         <ResultLabel run={run} />

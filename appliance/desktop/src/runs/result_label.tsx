@@ -1,5 +1,6 @@
 import { Label, type LabelProps } from '@patternfly/react-core';
 import type { Run, RunResult } from '../api/types';
+import type { Texts } from '../helpers/texts';
 import { useTexts } from '../texts';
 
 const statuses: Record<RunResult, LabelProps['status'] | undefined> = {
@@ -18,13 +19,16 @@ const statuses: Record<RunResult, LabelProps['status'] | undefined> = {
 
 export const resultKey = (result: RunResult): string => `result_${result.replace(' ', '_')}`;
 
+export const resultWords = (run: Run, { t }: Texts): string =>
+  t(resultKey(run.result), { code: run.code ?? '' });
+
 /** How a run ended, or that it goes on, in colour and in words. */
 export function ResultLabel({ run }: { run: Run }) {
-  const { t } = useTexts();
+  const texts = useTexts();
   const status = statuses[run.result];
   return (
     <Label isCompact variant="outline" {...(status ? { status } : {})}>
-      {t(resultKey(run.result), { code: run.code ?? '' })}
+      {resultWords(run, texts)}
     </Label>
   );
 }

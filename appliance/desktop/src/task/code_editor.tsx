@@ -23,10 +23,10 @@ const theme = EditorView.theme({
   },
   '.cm-scroller': {
     fontFamily: 'var(--pf-t--global--font--family--mono)',
-    minHeight: '12rem',
     maxHeight: '60vh',
     overflow: 'auto',
   },
+  '.cm-content, .cm-gutter': { minHeight: '12rem' },
   '&.cm-focused': { outline: 'none' },
   '.cm-content': { caretColor: 'var(--pf-t--global--text--color--regular)' },
   '&.cm-focused .cm-cursor': { borderLeftColor: 'var(--pf-t--global--text--color--regular)' },

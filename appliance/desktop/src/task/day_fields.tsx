@@ -29,7 +29,6 @@ function WeekdayChips({ schedule, faults, onChange }: ScheduleFieldsProps) {
           <ToggleGroupItem
             key={day}
             text={weekdayName(day, language, 'short')}
-            aria-label={weekdayName(day, language, 'long')}
             isSelected={days.includes(day)}
             onChange={() => toggle(day)}
           />

@@ -41,6 +41,11 @@ export function ExtraFields({ task, isTried, faults, onChange }: ExtraFieldsProp
     case 'recycle':
       return <RecycleFields {...common} extra={extra as RecycleExtra} />;
     default:
-      return <Section title={t(`kind_${task.type}`)}>{t('plain_hint')}</Section>;
+      return (
+        <Section title={t(`kind_${task.type}`)}>
+          <bdi>{task.action}</bdi>
+          <p className="kavo-hint">{t('plain_hint')}</p>
+        </Section>
+      );
   }
 }

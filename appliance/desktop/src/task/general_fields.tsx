@@ -57,7 +57,11 @@ function OwnerField({ task, onChange }: Pick<GeneralFieldsProps, 'task' | 'onCha
       >
         {!isKnown && <FormSelectOption value={task.owner} label={task.owner} />}
         {accounts.map(({ name, full_name: full }) => (
-          <FormSelectOption key={name} value={name} label={full ? `${name} (${full})` : name} />
+          <FormSelectOption
+            key={name}
+            value={name}
+            label={full && full !== name ? `${name} (${full})` : name}
+          />
         ))}
       </FormSelect>
     </Field>

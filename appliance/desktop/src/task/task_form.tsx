@@ -68,14 +68,16 @@ export function TaskForm({ opened, onReload }: TaskFormProps) {
             <bdi>{isNew ? t('new_task') : opened.name || t('unnamed')}</bdi>
           </BreadcrumbItem>
         </Breadcrumb>
-        <Title headingLevel="h1">
-          <bdi>{title}</bdi>
-        </Title>
-        {!isNew && task.action && (
-          <p className="kavo-hint">
-            <bdi>{task.action}</bdi>
-          </p>
-        )}
+        <div className="kavo-heading">
+          <Title headingLevel="h1">
+            <bdi>{title}</bdi>
+          </Title>
+          {!isNew && (
+            <Button variant="link" onClick={() => go({ view: 'runs', task: opened.id })}>
+              {t('runs')}
+            </Button>
+          )}
+        </div>
       </PageSection>
       <PageSection hasBodyWrapper={false} isFilled>
         <Form onSubmit={submit} noValidate className="kavo-form">
