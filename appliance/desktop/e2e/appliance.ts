@@ -56,6 +56,8 @@ export class Appliance {
     }));
     for (const { path } of shares) mkdirSync(join(path, '#recycle'), { recursive: true });
     this.write('etc/kavo/shares.json', JSON.stringify({ shares }));
+    const app = join(this.root, 'usr/kavo/kavoman/webman/3rdparty/Notes');
+    cpSync(join(__dirname, '../../../tests/example_app'), app, { recursive: true });
   }
 
   get address(): string {
@@ -115,6 +117,14 @@ export class Appliance {
     const task = { type: 'script', name, owner: user, extra: { script }, ...more };
     return (this.call(2, 'create', task) as { id: number }).id;
   }
+
+  /** Stores a task of an app of another maker. */
+  foreignTask(): void {
+    execFileSync(process.env['KAVO_EXAMPLE_APP'] ?? '', { env: this.environment });
+  }
+
+  /** All that is stored, to compare. */
+  stored = (): string => this.kavo('export');
 
   link(): string {
     return this.kavo('sign-in-link', '--url', this.address).trim();
