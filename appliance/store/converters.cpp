@@ -105,10 +105,11 @@ Json::Value basic_section(const Task& task) {
 }
 
 Json::Value schedule_section(const Task& task) {
-  Json::Value schedule = print_schedule(schedule_of(task));
+  const Schedule stored = schedule_of(task);
+  Json::Value schedule = print_schedule(stored);
   schedule["repeat_min_store_config"] = array_of(kOfferedMinutes);
   schedule["repeat_hour_store_config"] = array_of(kOfferedHours);
-  schedule["next_trigger_time"] = next_trigger_time(task);
+  schedule["next_trigger_time"] = next_trigger_time(task, stored);
   return schedule;
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kSecondsPerMinute = 60;
 
-std::vector<int> due_tasks(SQLite::Database& database, std::int64_t now, int limit) {
+std::vector<int> due_tasks(Database& database, std::int64_t now, int limit) {
   SQLite::Statement statement(
       database, "SELECT id FROM tasks WHERE next_run <= ? ORDER BY next_run, id LIMIT ?");
   statement.bind(1, now);
@@ -23,24 +23,23 @@ std::vector<int> due_tasks(SQLite::Database& database, std::int64_t now, int lim
   return ids;
 }
 
-void set_next_run(SQLite::Database& database, int id, std::optional<std::int64_t> next_run) {
-  SQLite::Statement statement(database, "UPDATE tasks SET next_run = ? WHERE id = ?");
+void set_next_run(Database& database, int id, std::optional<std::int64_t> next_run) {
+  const PreparedUse statement = database.prepared("UPDATE tasks SET next_run = ? WHERE id = ?");
   if (next_run) {
-    statement.bind(1, *next_run);
+    statement->bind(1, *next_run);
   }
-  statement.bind(2, id);
-  statement.exec();
+  statement->bind(2, id);
+  statement->exec();
 }
 
 // Records a run that ends as soon as it is claimed.
-void record_ended(SQLite::Database& database, const Task& task, const char* cause,
-                  const char* result, const std::string& note) {
+void record_ended(Database& database, const Task& task, const char* cause, const char* result,
+                  const std::string& note) {
   const std::int64_t id = insert_run(database, task, 0, cause, task.next_run, *task.next_run);
   write_end(database, id, {result, {}, note, ""});
 }
 
-void record_due(SQLite::Database& database, const Task& task, const Schedule& schedule,
-                const char* cause) {
+void record_due(Database& database, const Task& task, const Schedule& schedule, const char* cause) {
   if (!task.can_run_task_same_time && has_unfinished_run(database, task.id)) {
     record_ended(database, task, cause, result::kSkipped, "");
     return;
@@ -49,7 +48,7 @@ void record_due(SQLite::Database& database, const Task& task, const Schedule& sc
              *task.next_run);
 }
 
-void claim(SQLite::Database& database, const Task& task, std::int64_t now) {
+void claim(Database& database, const Task& task, std::int64_t now) {
   const std::int64_t due = *task.next_run;
   const Schedule schedule = schedule_of(task);
   std::int64_t claimed_until = due;
@@ -71,10 +70,10 @@ void claim(SQLite::Database& database, const Task& task, std::int64_t now) {
 
 int claim_due(std::int64_t now, int limit) {
   // Looked up first without a transaction: mostly nothing is due, and nobody is to wait for that.
-  if (with_store([&](SQLite::Database& database) { return due_tasks(database, now, 1); }).empty()) {
+  if (with_store([&](Database& database) { return due_tasks(database, now, 1); }).empty()) {
     return 0;
   }
-  return in_transaction([&](SQLite::Database& database) {
+  return in_transaction([&](Database& database) {
     const std::vector<int> ids = due_tasks(database, now, limit);
     for (const int id : ids) {
       const Task task = load_task(id);
@@ -95,7 +94,7 @@ int claim_due(std::int64_t now, int limit) {
 }
 
 std::int64_t claim_by_hand(int task_id) {
-  return in_transaction([&](SQLite::Database& database) {
+  return in_transaction([&](Database& database) {
     const Task task = load_task(task_id);
     if (task.id == -1) {
       throw StoreFailure(StoreError::kNoSuchTask, "A task that is not stored cannot be run.");
@@ -110,7 +109,7 @@ std::int64_t claim_by_hand(int task_id) {
 }
 
 bool take_back(std::int64_t id) {
-  return with_store([&](SQLite::Database& database) {
+  return with_store([&](Database& database) {
     SQLite::Statement statement(
         database, "DELETE FROM runs WHERE id = ? AND started IS NULL AND ended IS NULL");
     statement.bind(1, id);

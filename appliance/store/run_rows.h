@@ -17,7 +17,7 @@ Run read_run(SQLite::Statement& row);
 Run find_run(SQLite::Database& database, std::int64_t id);
 
 // Inserts a waiting run of a task. Its id.
-std::int64_t insert_run(SQLite::Database& database, const Task& task, int time_limit,
+std::int64_t insert_run(Database& database, const Task& task, int time_limit,
                         const std::string& cause, std::optional<std::int64_t> due,
                         std::int64_t queued);
 

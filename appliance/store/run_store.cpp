@@ -106,26 +106,25 @@ Run find_run(SQLite::Database& database, std::int64_t id) {
   return read_run(statement);
 }
 
-std::int64_t insert_run(SQLite::Database& database, const Task& task, int time_limit,
+std::int64_t insert_run(Database& database, const Task& task, int time_limit,
                         const std::string& cause, std::optional<std::int64_t> due,
                         std::int64_t queued) {
-  SQLite::Statement statement(
-      database,
+  const PreparedUse statement = database.prepared(
       "INSERT INTO runs (task_id, task_name, owner, command, app, app_alone, time_limit, cause, "
       "due, queued) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
-  statement.bind(1, task.id);
-  statement.bind(2, task.name);
-  statement.bind(3, task.owner);
-  statement.bind(4, task.command);
-  statement.bind(5, task.app);
-  statement.bind(6, task.can_run_app_same_time ? 0 : 1);
-  statement.bind(7, time_limit);
-  statement.bind(8, cause);
+  statement->bind(1, task.id);
+  statement->bind(2, task.name);
+  statement->bind(3, task.owner);
+  statement->bind(4, task.command);
+  statement->bind(5, task.app);
+  statement->bind(6, task.can_run_app_same_time ? 0 : 1);
+  statement->bind(7, time_limit);
+  statement->bind(8, cause);
   if (due) {
-    statement.bind(9, *due);
+    statement->bind(9, *due);
   }
-  statement.bind(10, queued);
-  statement.exec();
+  statement->bind(10, queued);
+  statement->exec();
   return database.getLastInsertRowid();
 }
 

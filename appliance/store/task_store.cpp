@@ -226,12 +226,16 @@ std::optional<std::int64_t> next_run_of(const Task& task, std::int64_t after) {
   return next_run(schedule, schedule_zone(schedule), after);
 }
 
-std::string next_trigger_time(const Task& task) {
+std::string next_trigger_time(const Task& task, const Schedule& schedule) {
   if (!task.next_run) {
     return "N/A";
   }
   return absl::FormatTime("%Y-%m-%d %H:%M", absl::FromUnixSeconds(*task.next_run),
-                          schedule_zone(schedule_of(task)));
+                          schedule_zone(schedule));
+}
+
+std::string next_trigger_time(const Task& task) {
+  return task.next_run ? next_trigger_time(task, schedule_of(task)) : "N/A";
 }
 
 }  // namespace kavo

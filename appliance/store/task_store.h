@@ -35,7 +35,8 @@ void remove_task(int id);
 Schedule schedule_of(const Task& task);
 std::optional<std::int64_t> next_run_of(const Task& task, std::int64_t after);
 
-// The next run as it is shown, "YYYY-MM-DD HH:MM" in the task's zone, or "N/A".
+// The next run as it is shown, "YYYY-MM-DD HH:MM" in the zone of the task's schedule, or "N/A".
+std::string next_trigger_time(const Task& task, const Schedule& schedule);
 std::string next_trigger_time(const Task& task);
 
 }  // namespace kavo
