@@ -11,7 +11,6 @@
 #include <memory>
 #include <stdexcept>
 
-#include "costs/allocations.h"
 #include "costs/costs.h"
 #include "costs/raw_store.h"
 #include "costs/sample_appliance.h"
@@ -81,16 +80,14 @@ void add(const std::string& name, const std::shared_ptr<Actions>& actions, const
     };
     ready();
     work(round++);
-    std::int64_t held = 0;
     for (auto _ : state) {
       state.PauseTiming();
       ready();
-      held -= allocations().held;
       state.ResumeTiming();
       work(round++);
-      held += allocations().held;
     }
-    count_held(state, held);
+    ready();
+    show_allocations(state, [&] { work(round++); });
   })->UseRealTime();
 }
 

@@ -7,19 +7,19 @@
 
 namespace {
 
-constinit thread_local bench::Allocations counted;
+constinit thread_local bench::Allocations* counted = nullptr;
 
 void* count(void* block) {
-  if (block != nullptr) {
-    ++counted.count;
-    counted.held += static_cast<std::int64_t>(malloc_usable_size(block));
+  if (counted != nullptr && block != nullptr) {
+    ++counted->count;
+    counted->held += static_cast<std::int64_t>(malloc_usable_size(block));
   }
   return block;
 }
 
 void forget(void* block) {
-  if (block != nullptr) {
-    counted.held -= static_cast<std::int64_t>(malloc_usable_size(block));
+  if (counted != nullptr && block != nullptr) {
+    counted->held -= static_cast<std::int64_t>(malloc_usable_size(block));
   }
 }
 
@@ -62,8 +62,8 @@ void free(void* block) {
 
 namespace bench {
 
-Allocations allocations() {
-  return counted;
+void count_allocations(Allocations* allocations) {
+  counted = allocations;
 }
 
 }  // namespace bench

@@ -3,8 +3,9 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cstdint>
 #include <string>
+
+#include "costs/allocations.h"
 
 namespace bench {
 
@@ -13,9 +14,12 @@ void register_lists(const std::string& folder);
 void register_actions(const std::string& folder);
 void register_parts(const std::string& folder);
 
-// Shows how many bytes a call has left allocated, of those that all calls have left.
-inline void count_held(benchmark::State& state, std::int64_t bytes) {
-  state.counters["held"] = static_cast<double>(bytes) / static_cast<double>(state.iterations());
+// Shows what one call of `work` allocates.
+template <typename Work>
+void show_allocations(benchmark::State& state, Work work) {
+  const Allocations made = allocations_of(work);
+  state.counters["allocations"] = static_cast<double>(made.count);
+  state.counters["held"] = static_cast<double>(made.held);
 }
 
 }  // namespace bench

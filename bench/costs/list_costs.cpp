@@ -4,7 +4,6 @@
 
 #include <memory>
 
-#include "costs/allocations.h"
 #include "costs/costs.h"
 #include "costs/raw_store.h"
 #include "costs/sample_appliance.h"
@@ -18,11 +17,10 @@ void measure_list(benchmark::State& state, const SampleAppliance& appliance,
   const KAVO::APIMethod& list = method(1, "list");
   kavo::JsonRequest request(json(parameters), kLanguage);
   call(list, request);  // opens the store
-  const std::int64_t before = allocations().held;
   for (auto _ : state) {
     call(list, request);
   }
-  count_held(state, allocations().held - before);
+  show_allocations(state, [&] { call(list, request); });
 }
 
 void read_and_sort(benchmark::State& state, const SampleAppliance& appliance) {

@@ -15,7 +15,6 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "costs/allocations.h"
 #include "costs/costs.h"
 #include "costs/sample_appliance.h"
 #include "json_text.h"
@@ -30,14 +29,10 @@ using KAVO::Core::TaskScheduler::AppParser;
 void add(const std::string& name, const std::function<void()>& work) {
   benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
     work();
-    const Allocations before = allocations();
     for (auto _ : state) {
       work();
     }
-    const Allocations after = allocations();
-    const auto calls = static_cast<double>(state.iterations());
-    state.counters["allocations"] = static_cast<double>(after.count - before.count) / calls;
-    state.counters["held"] = static_cast<double>(after.held - before.held) / calls;
+    show_allocations(state, work);
   });
 }
 
@@ -65,37 +60,26 @@ PlainStrings plain_strings() {
   return plain;
 }
 
-// What is left allocated is the one that a request leaves. It is freed when it was counted, a few
-// hundred at a time, so that the measurement itself can go on.
+// A request leaves its parser allocated. Here it is freed outside the time that is measured.
+template <typename Make>
+void measure_made(benchmark::State& state, Make make) {
+  for (auto _ : state) {
+    auto made = make();
+    state.PauseTiming();
+    made.reset();
+    state.ResumeTiming();
+  }
+  decltype(make()) made;
+  show_allocations(state, [&] { made = make(); });
+}
+
 void register_parser() {
   benchmark::RegisterBenchmark("parser of a request/measured", [](benchmark::State& state) {
-    Allocations made;
-    for (auto _ : state) {
-      const Allocations before = allocations();
-      auto parser = std::make_unique<AppParser>(kLanguage);
-      const Allocations after = allocations();
-      made = {after.count - before.count, after.held - before.held};
-      state.PauseTiming();
-      parser.reset();
-      state.ResumeTiming();
-    }
-    state.counters["allocations"] = static_cast<double>(made.count);
-    state.counters["held"] = static_cast<double>(made.held);
+    measure_made(state, [] { return std::make_unique<AppParser>(kLanguage); });
   });
   benchmark::RegisterBenchmark("parser of a request/floor", [](benchmark::State& state) {
     const PlainStrings strings = plain_strings();
-    Allocations made;
-    for (auto _ : state) {
-      const Allocations before = allocations();
-      auto copy = std::make_unique<PlainStrings>(strings);
-      const Allocations after = allocations();
-      made = {after.count - before.count, after.held - before.held};
-      state.PauseTiming();
-      copy.reset();
-      state.ResumeTiming();
-    }
-    state.counters["allocations"] = static_cast<double>(made.count);
-    state.counters["held"] = static_cast<double>(made.held);
+    measure_made(state, [&] { return std::make_unique<PlainStrings>(strings); });
   });
 }
 
