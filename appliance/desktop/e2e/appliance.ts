@@ -7,6 +7,8 @@ import { dirname, join } from 'node:path';
 import { createInterface } from 'node:readline';
 
 export const user = userInfo().username;
+// Whoever runs the tests administers the appliance.
+const group = execFileSync('id', ['-gn'], { encoding: 'utf8' }).trim();
 export const password = 'correct horse';
 // The system's modules ask this program, so that a test knows the password of every account.
 const checkPassword = `#!/bin/sh\n[ "$(tr -d '\\000')" = '${password}' ]\n`;
@@ -46,9 +48,13 @@ export class Appliance {
     mkdirSync(join(this.root, 'var/lib/kavo'), { recursive: true });
     const program = join(this.root, 'check-password');
     writeFileSync(program, checkPassword, { mode: 0o755 });
-    const pam = `auth required pam_exec.so quiet expose_authtok ${program}\n`;
-    this.write('etc/pam.d/kavo-webd', `${pam}account required pam_permit.so\n`);
-    this.write('etc/kavo/kavo.conf', configuration);
+    const pam = [
+      `auth [success=done default=ignore] pam_exec.so quiet expose_authtok ${program}`,
+      'auth required pam_deny.so',
+      'account required pam_permit.so\n',
+    ];
+    this.write('etc/pam.d/kavo-webd', pam.join('\n'));
+    this.write('etc/kavo/kavo.conf', `adminGroup="${group}"\n${configuration}`);
     const shares = ['Photos', 'Music & "Films"'].map((name) => ({
       name,
       path: join(this.root, 'shares', name),

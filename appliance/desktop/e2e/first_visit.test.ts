@@ -10,7 +10,7 @@ it('leads from the first visit to the first successful run', async () => {
   expect(page.url()).toBe(`${appliance.address}/`);
   expect(await accessibilityFaults(page)).toEqual([]);
 
-  await page.getByText('Runs a command or a shell script.').click();
+  await page.getByRole('button', { name: 'Script', exact: true }).click();
   await page.getByRole('textbox', { name: 'Name', exact: true }).fill('Say hello');
   await page.getByRole('textbox', { name: 'Command or script' }).click();
   await page.keyboard.type('echo hello from $USER');

@@ -904,7 +904,8 @@ export interface components {
         };
         LastRunsQuery: {
             tasks: number[];
-            revision?: number;
+            /** @description What an earlier answer said; when it still holds, no runs are answered. */
+            revision?: number | null;
         };
         LastRuns: {
             /** @description By the task's number; null for a task that never ran. */
@@ -918,11 +919,13 @@ export interface components {
             /** @description A number that changes whenever a run or a task in the store changes. */
             revision: number;
         };
+        /** @description An integer from 1 on, or its decimal text. */
+        RunNumber: number | string;
         RunId: {
-            id: components["schemas"]["IntegerParameter"];
+            id: components["schemas"]["RunNumber"];
         };
         RunOutputQuery: {
-            id: components["schemas"]["IntegerParameter"];
+            id: components["schemas"]["RunNumber"];
             /**
              * @description Bytes.
              * @default 0

@@ -1,4 +1,5 @@
-import { Button, Switch } from '@patternfly/react-core';
+import { Button, MenuToggle, Switch } from '@patternfly/react-core';
+import EllipsisVIcon from '@patternfly/react-icons/dist/esm/icons/ellipsis-v-icon';
 import { ActionsColumn, Td, Tr, type IAction } from '@patternfly/react-table';
 import type { Run, TaskRow } from '../api/types';
 import { relativeTime, wallClockTime } from '../helpers/format';
@@ -109,7 +110,19 @@ export function TaskTableRow(props: TaskTableRowProps) {
         />
       </Td>
       <Td isActionCell>
-        <ActionsColumn items={actions} aria-label={t('task_actions', { name })} />
+        <ActionsColumn
+          items={actions}
+          actionsToggle={({ onToggle, isOpen, toggleRef }) => (
+            <MenuToggle
+              ref={toggleRef}
+              variant="plain"
+              icon={<EllipsisVIcon />}
+              isExpanded={isOpen}
+              onClick={onToggle}
+              aria-label={t('task_actions', { name })}
+            />
+          )}
+        />
       </Td>
     </Tr>
   );

@@ -9,7 +9,7 @@ import {
   PageSection,
   Title,
 } from '@patternfly/react-core';
-import { useState, type FormEvent } from 'react';
+import { useEffect, useState, type FormEvent } from 'react';
 import type { Task } from '../api/types';
 import { scheduleFaults } from '../helpers/schedule';
 import { same, taskFaults } from '../helpers/task';
@@ -35,7 +35,8 @@ export function TaskForm({ opened, onReload }: TaskFormProps) {
   const { go } = useRouter();
   const notify = useNotify();
   const [task, setTask] = useState(opened);
-  const [isTried, setTried] = useState(false);
+  const [tries, setTries] = useState(0);
+  const isTried = tries > 0;
   const zones = useTimezones();
   const isNew = !(opened.id > 0);
 
@@ -52,11 +53,14 @@ export function TaskForm({ opened, onReload }: TaskFormProps) {
   const times = badSchedule ? scheduleFaults(task.schedule, zones.timezones) : {};
   const isFaulty = Object.keys({ ...faults, ...times }).length > 0;
 
+  useEffect(() => {
+    if (tries > 0) document.querySelector<HTMLElement>('form [aria-invalid="true"]')?.focus();
+  }, [tries]);
+
   const submit = (event: FormEvent) => {
     event.preventDefault();
-    setTried(true);
+    setTries(tries + 1);
     if (!isFaulty) void save(task);
-    else document.querySelector<HTMLElement>('form [aria-invalid="true"]')?.focus();
   };
   const title = isNew ? t(`new_${task.type}`) : task.name || t('unnamed');
   return (
