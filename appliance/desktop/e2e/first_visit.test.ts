@@ -56,7 +56,7 @@ it('is used by the keyboard alone', async () => {
   await page.getByRole('menuitem', { name: /^Script/ }).waitFor();
   await page.keyboard.press('ArrowDown');
   await page.keyboard.press('Enter');
-  await page.getByLabel('Duration in seconds', { exact: true }).last().waitFor();
+  await page.locator('#task-beep').waitFor();
   await page.keyboard.type('Keys');
   await page.keyboard.press('Enter');
   await page.getByRole('row', { name: /Keys/ }).waitFor();
@@ -101,9 +101,8 @@ it('signs in by password, and goes on where it was when a session ends', async (
   await page.getByText('Your session has ended.').waitFor();
   await page.getByLabel('Password').fill(password);
   await page.keyboard.press('Enter');
-  expect(await page.getByRole('textbox', { name: 'Name', exact: true }).inputValue()).toBe(
-    'Say good-bye',
-  );
+  await page.locator('#task-name:visible').waitFor();
+  expect(await page.locator('#task-name').inputValue()).toBe('Say good-bye');
   await page.getByRole('button', { name: 'Save' }).click();
   await page.getByRole('button', { name: 'Say good-bye' }).first().waitFor();
 

@@ -1,4 +1,4 @@
-import { Button, MenuToggle, Switch } from '@patternfly/react-core';
+import { Button, Checkbox, MenuToggle, Switch } from '@patternfly/react-core';
 import EllipsisVIcon from '@patternfly/react-icons/dist/esm/icons/ellipsis-v-icon';
 import { ActionsColumn, Td, Tr, type IAction } from '@patternfly/react-table';
 import type { Run, TaskRow } from '../api/types';
@@ -11,7 +11,6 @@ import type { Act } from './use_actions';
 
 interface TaskTableRowProps {
   row: TaskRow;
-  index: number;
   now: number;
   last: Run | null;
   next: number | null;
@@ -59,21 +58,21 @@ function useRowActions({ row, last, onAct }: TaskTableRowProps): IAction[] {
 }
 
 export function TaskTableRow(props: TaskTableRowProps) {
-  const { row, index, now, last, next, isChosen, onChoose, onAct } = props;
+  const { row, now, last, next, isChosen, onChoose, onAct } = props;
   const { t } = useTexts();
   const { go } = useRouter();
   const actions = useRowActions(props);
   const name = row.name || t('unnamed');
   return (
     <Tr isRowSelected={isChosen}>
-      <Td
-        select={{
-          rowIndex: index,
-          isSelected: isChosen,
-          onSelect: (_, chosen) => onChoose(chosen),
-          props: { 'aria-label': t('choose_task', { name }) },
-        }}
-      />
+      <Td className="pf-v6-c-table__check">
+        <Checkbox
+          id={`choose-${row.id}`}
+          aria-label={t('choose_task', { name })}
+          isChecked={isChosen}
+          onChange={(_, chosen) => onChoose(chosen)}
+        />
+      </Td>
       <Td dataLabel={t('column_enable')}>
         <Switch
           aria-label={t('enable_task', { name })}

@@ -1,3 +1,4 @@
+import { Checkbox } from '@patternfly/react-core';
 import { Table, Tbody, Th, Thead, Tr, type ThProps } from '@patternfly/react-table';
 import type { SortKey } from '../api/client';
 import type { TaskRow } from '../api/types';
@@ -48,13 +49,14 @@ export function TaskTable({ query, shown, chosen, onQuery, onChosen, onAct }: Ta
     >
       <Thead>
         <Tr>
-          <Th
-            aria-label={t('choose_page')}
-            select={{
-              isSelected: shown.rows.every((row) => chosen.has(row.id)),
-              onSelect: (_, isChosen) => choose(shown.rows, isChosen),
-            }}
-          />
+          <Th aria-label={t('choose_page')} className="pf-v6-c-table__check">
+            <Checkbox
+              id="choose-page"
+              aria-label={t('choose_page')}
+              isChecked={shown.rows.every((row) => chosen.has(row.id))}
+              onChange={(_, isChosen) => choose(shown.rows, isChosen)}
+            />
+          </Th>
           {columns.map((column, index) => (
             <Th key={column} sort={sort(index)} modifier="nowrap">
               {t(`column_${column}`)}
@@ -65,11 +67,10 @@ export function TaskTable({ query, shown, chosen, onQuery, onChosen, onAct }: Ta
         </Tr>
       </Thead>
       <Tbody>
-        {shown.rows.map((row, index) => (
+        {shown.rows.map((row) => (
           <TaskTableRow
             key={row.id}
             row={row}
-            index={index}
             now={now}
             last={shown.last[row.id] ?? null}
             next={shown.next[row.id] ?? null}

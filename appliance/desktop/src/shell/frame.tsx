@@ -39,7 +39,12 @@ export function Frame({ language, onLanguage, children }: FrameProps) {
   const masthead = (
     <Masthead display={{ default: 'inline' }}>
       <MastheadMain>
-        <Button variant="plain" className="kavo-home" onClick={() => go({ view: 'list' })}>
+        <Button
+          variant="plain"
+          className="kavo-home"
+          aria-label={t('title')}
+          onClick={() => go({ view: 'list' })}
+        >
           <Logo />
         </Button>
       </MastheadMain>
@@ -48,8 +53,13 @@ export function Frame({ language, onLanguage, children }: FrameProps) {
           <ToolbarContent>
             <ToolbarGroup align={{ default: 'alignEnd' }} columnGap={{ default: 'columnGapNone' }}>
               <ToolbarItem>
-                <Button variant="plain" icon={<HistoryIcon />} onClick={() => go({ view: 'runs' })}>
-                  {t('all_runs')}
+                <Button
+                  variant="plain"
+                  icon={<HistoryIcon />}
+                  aria-label={t('all_runs')}
+                  onClick={() => go({ view: 'runs' })}
+                >
+                  <span className="kavo-wide">{t('all_runs')}</span>
                 </Button>
               </ToolbarItem>
               <ToolbarItem>

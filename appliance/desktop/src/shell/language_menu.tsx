@@ -34,7 +34,7 @@ export function LanguageMenu({ language, onLanguage }: LanguageMenuProps) {
           onClick={() => setOpen(!isOpen)}
           aria-label={t('language_choice', { language: name })}
         >
-          {name}
+          <span className="kavo-wide">{name}</span>
         </MenuToggle>
       )}
     >

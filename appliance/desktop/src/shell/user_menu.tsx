@@ -23,7 +23,7 @@ export function UserMenu() {
           onClick={() => setOpen(!isOpen)}
           aria-label={t('account_menu', { user: session.user ?? '' })}
         >
-          {session.user}
+          <span className="kavo-wide">{session.user}</span>
         </MenuToggle>
       )}
     >
