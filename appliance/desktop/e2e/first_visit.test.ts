@@ -54,8 +54,7 @@ it('is used by the keyboard alone', async () => {
   await expect.poll(() => newTask.evaluate((e) => e === document.activeElement)).toBe(true);
   await page.keyboard.press('Enter');
   await page.getByRole('menuitem', { name: /^Script/ }).waitFor();
-  await page.keyboard.press('ArrowDown');
-  await page.keyboard.press('Enter');
+  for (const key of ['ArrowDown', 'ArrowDown', 'Enter']) await page.keyboard.press(key);
   await page.locator('#task-beep').waitFor();
   await page.keyboard.type('Keys');
   await page.keyboard.press('Enter');

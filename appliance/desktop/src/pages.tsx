@@ -7,13 +7,16 @@ interface PagesProps {
   page: number;
   perPage: number;
   onPage: (page: number, perPage: number) => void;
+  /** Below what is paged: for narrow screens, which have no room for it above. */
+  isBelow?: boolean;
 }
 
-export function Pages({ total, page, perPage, onPage }: PagesProps) {
+export function Pages({ total, page, perPage, onPage, isBelow }: PagesProps) {
   const { t } = useTexts();
   return (
     <Pagination
       isCompact
+      {...(isBelow ? { variant: 'bottom' as const, className: 'kavo-pages-below' } : {})}
       itemCount={total}
       page={page}
       perPage={perPage}
@@ -26,6 +29,7 @@ export function Pages({ total, page, perPage, onPage }: PagesProps) {
         toPreviousPageAriaLabel: t('page_previous'),
         perPageSuffix: t('per_page_suffix'),
         ofWord: t('page_of'),
+        items: '',
       }}
     />
   );

@@ -1,6 +1,7 @@
 import { PageSection, Title } from '@patternfly/react-core';
 import { useEffect, useState } from 'react';
 import type { TaskRow } from '../api/types';
+import { Pages } from '../pages';
 import { useTexts } from '../texts';
 import { DeleteQuestion } from './delete_question';
 import { FirstTask, NothingFound } from './empty';
@@ -84,6 +85,13 @@ export function TaskList() {
                 onAct={onAct}
               />
             )}
+            <Pages
+              total={shown?.total ?? 0}
+              page={query.page}
+              perPage={query.perPage}
+              onPage={(page, perPage) => change({ page, perPage })}
+              isBelow
+            />
             {shown && shown.rows.length === 0 && (
               <NothingFound onClear={() => change({ search: '' })} />
             )}

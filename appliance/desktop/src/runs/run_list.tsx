@@ -90,6 +90,12 @@ export default function RunList({ task }: { task?: number }) {
         {shown && shown.runs.length > 0 && (
           <RunTable runs={shown.runs} withNames={task === undefined} />
         )}
+        <Pages
+          total={shown?.total ?? 0}
+          {...page}
+          onPage={(next, perPage) => setPage({ page: next, perPage })}
+          isBelow
+        />
         {shown?.runs.length === 0 && (
           <EmptyState headingLevel="h2" icon={HistoryIcon} titleText={t('no_runs')}>
             <EmptyStateBody>{t(result ? 'no_runs_result' : 'no_runs_text')}</EmptyStateBody>
