@@ -1,13 +1,9 @@
 // A browser whose console has to stay silent, and the checks that are made of every view.
 import axe from 'axe-core';
-import { chromium, type Browser, type BrowserContext, type Page } from 'playwright-core';
+import type { Browser, BrowserContext, Page } from 'playwright-core';
 import { afterAll, afterEach, beforeAll, expect } from 'vitest';
 import { Appliance } from './appliance';
-
-const executablePath = process.env['CHROMIUM'] ?? '/usr/bin/chromium';
-
-export const launch = (): Promise<Browser> =>
-  chromium.launch({ executablePath, args: process.getuid?.() === 0 ? ['--no-sandbox'] : [] });
+import { launch } from './launch';
 
 export interface Visit {
   page: Page;

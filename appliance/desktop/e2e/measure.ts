@@ -1,7 +1,7 @@
 // What the first load of the page weighs on the wire, and how long it takes to a list that can be
 // used: of 100 tasks, in a browser that has stored nothing, from a server on this machine.
 import { Appliance } from './appliance';
-import { launch } from './browser';
+import { launch } from './launch';
 
 const rounds = 7;
 const median = (numbers: number[]): number =>

@@ -3,7 +3,7 @@ import { mkdirSync } from 'node:fs';
 import { join } from 'node:path';
 import type { Page } from 'playwright-core';
 import { Appliance, user } from './appliance';
-import { launch } from './browser';
+import { launch } from './launch';
 
 const folder = join(__dirname, '../../../docs/screenshots');
 mkdirSync(folder, { recursive: true });

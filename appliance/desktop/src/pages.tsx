@@ -13,10 +13,10 @@ interface PagesProps {
 
 export function Pages({ total, page, perPage, onPage, isBelow }: PagesProps) {
   const { t } = useTexts();
-  return (
+  const pagination = (
     <Pagination
       isCompact
-      {...(isBelow ? { variant: 'bottom' as const, className: 'kavo-pages-below' } : {})}
+      {...(isBelow ? { variant: 'bottom' as const } : {})}
       itemCount={total}
       page={page}
       perPage={perPage}
@@ -33,4 +33,5 @@ export function Pages({ total, page, perPage, onPage, isBelow }: PagesProps) {
       }}
     />
   );
+  return isBelow ? <div className="kavo-pages-below">{pagination}</div> : pagination;
 }

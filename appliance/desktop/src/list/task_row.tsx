@@ -34,6 +34,8 @@ function NextRun({ row, next, now }: Pick<TaskTableRowProps, 'row' | 'next' | 'n
   );
 }
 
+const actionsId = (row: TaskRow): string => `actions-${row.id}`;
+
 function useRowActions({ row, last, onAct }: TaskTableRowProps): IAction[] {
   const { t } = useTexts();
   const { go } = useRouter();
@@ -52,7 +54,11 @@ function useRowActions({ row, last, onAct }: TaskTableRowProps): IAction[] {
       title: t('delete'),
       isDanger: true,
       isDisabled: !row.can_delete,
-      onClick: () => void onAct('delete', [row]),
+      onClick: () => {
+        // The question gives the focus back to what had it; the menu is gone by then.
+        document.getElementById(actionsId(row))?.focus();
+        void onAct('delete', [row]);
+      },
     },
   ];
 }
@@ -113,6 +119,7 @@ export function TaskTableRow(props: TaskTableRowProps) {
           items={actions}
           actionsToggle={({ onToggle, isOpen, toggleRef }) => (
             <MenuToggle
+              id={actionsId(row)}
               ref={toggleRef}
               variant="plain"
               icon={<EllipsisVIcon />}

@@ -8,7 +8,7 @@ import {
 } from '@patternfly/react-core';
 import { useCallback, useEffect, useState } from 'react';
 import { getBlankTask, getTask } from '../api/client';
-import type { Task } from '../api/types';
+import type { BeepExtra, Task } from '../api/types';
 import { useFailureText } from '../failures';
 import type { FormType } from '../helpers/route';
 import { LoadingRows } from '../list/loading';
@@ -16,6 +16,15 @@ import { useRouter } from '../router';
 import { useSession } from '../session';
 import { useTexts } from '../texts';
 import { TaskForm } from './task_form';
+
+// A new task is enabled, as one expects of it. The blank document has its beep's seconds as a text,
+// which is taken back as a number only.
+async function newTask(type: FormType): Promise<Task> {
+  const blank: Task = { ...(await getBlankTask(type)), enable: true };
+  if (type !== 'beep') return blank;
+  const extra = blank.extra as BeepExtra;
+  return { ...blank, extra: { ...extra, beep_duration: Number(extra.beep_duration) } };
+}
 
 export default function TaskPage({ id, type }: { id?: number; type?: FormType }) {
   const { t } = useTexts();
@@ -26,10 +35,7 @@ export default function TaskPage({ id, type }: { id?: number; type?: FormType })
   const [failure, setFailure] = useState<string>();
   const [round, setRound] = useState(0);
 
-  const load = useCallback(
-    async () => (type ? { ...(await getBlankTask(type)), enable: true } : getTask(id ?? -1)),
-    [id, type],
-  );
+  const load = useCallback(() => (type ? newTask(type) : getTask(id ?? -1)), [id, type]);
   useEffect(() => {
     if (!signedIn || task) return undefined;
     let current = true;
