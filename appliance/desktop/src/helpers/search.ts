@@ -10,7 +10,7 @@ const plain = (text: string): string =>
 export function matcher(search: string): (row: TaskRow) => boolean {
   const words = plain(search).split(/\s+/).filter(Boolean);
   return (row) => {
-    const text = plain(`${row.name}\n${row.action}\n${row.app_name ?? ''}\n${row.id}`);
+    const text = plain(`${row.name}\n${row.action}\n${row.app_name ?? ''}`);
     return words.every((word) => text.includes(word));
   };
 }

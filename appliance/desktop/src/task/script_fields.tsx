@@ -1,4 +1,4 @@
-import { TextArea } from '@patternfly/react-core';
+import { Skeleton } from '@patternfly/react-core';
 import { lazy, Suspense } from 'react';
 import type { ScriptExtra } from '../api/types';
 import { useTexts } from '../texts';
@@ -23,16 +23,7 @@ export function ScriptFields({ extra, faults, onChange }: AppFieldsProps<ScriptE
         group="group"
         isRequired
       >
-        <Suspense
-          fallback={
-            <TextArea
-              aria-label={t('script')}
-              value={script}
-              rows={10}
-              onChange={(_, text) => change(text)}
-            />
-          }
-        >
+        <Suspense fallback={<Skeleton height="12rem" screenreaderText={t('loading')} />}>
           <CodeEditor
             label={t('script')}
             describedBy={faults.script ? t(faults.script) : t('script_hint')}
