@@ -1,4 +1,5 @@
-"""Holds the manual pages and the completion against what the commands say of themselves.
+"""Holds the manual pages and the completion against what the commands say of themselves, and the
+configuration that is installed against the keys that are read.
 
 commands_test.py PACKAGING_FOLDER PROGRAM...
 """
@@ -67,6 +68,13 @@ class Commands(unittest.TestCase):
         self.assertEqual(complete("kavo", "task", "next", "--j"), ["--json"])
         self.assertEqual(complete("kavo", "sign-in-link", "--user", "roo"), ["root"])
         self.assertIn("/usr/", [word + "/" for word in complete("kavo", "import", "/us")])
+
+    def test_the_configuration_names_every_key_that_is_read(self):
+        sources = "".join(file.read_text() for file in PACKAGING.parent.glob("appliance/**/*.cpp"))
+        read = r'\b(?:setting|seconds|bytes|KavoConf::Def)\(\s*"(\w+)"'
+        conf = (PACKAGING / "etc/kavo.conf").read_text()
+        self.assertEqual(set(re.findall(r'^#(\w+)="', conf, re.MULTILINE)),
+                         set(re.findall(read, sources)))
 
 
 if __name__ == "__main__":
