@@ -3,6 +3,7 @@
 # The words for a method's name: "API VERSION METHOD", as far as they are there.
 _kavo_methods() {
   kavo call --list 2>/dev/null | awk -v api="$1" -v version="$2" '
+    NR == 1 { next }
     api == "" { print $1 }
     api == $1 && version == "" { print $2 }
     api == $1 && version == $2 { print $3 }'

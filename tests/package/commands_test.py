@@ -40,11 +40,12 @@ def in_page(option):
 
 
 def complete(*words):
-    script = 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kavo; echo "${COMPREPLY[@]}"'
+    """What is offered for the last word, where the command itself prints a table of two rows."""
+    script = """source "$1"; shift
+                kavo() { printf 'ID VERSION METHOD\\n71 2 create\\nKAVO.X 2 get\\n'; }
+                COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kavo; echo "${COMPREPLY[@]}" """
     command = ["bash", "-c", script, "bash", PACKAGING / "kavo.bash", *words]
-    path = str(next(program for program in PROGRAMS if program.name == "kavo").parent)
-    return subprocess.run(command, capture_output=True, text=True, check=False,
-                          env={"PATH": path + ":/usr/bin:/bin", "KAVO_ROOT": "/nowhere"}).stdout.split()
+    return subprocess.run(command, capture_output=True, text=True, check=True).stdout.split()
 
 
 class Commands(unittest.TestCase):
@@ -67,6 +68,10 @@ class Commands(unittest.TestCase):
         self.assertEqual(complete("kavo", "stop", "--"), ["--all"])
         self.assertEqual(complete("kavo", "task", "next", "--j"), ["--json"])
         self.assertEqual(complete("kavo", "sign-in-link", "--user", "roo"), ["root"])
+        self.assertEqual(complete("kavo", "call", "K"), ["KAVO.X"])
+        self.assertEqual(complete("kavo", "call", "KAVO.X", "2", "g"), ["get"])
+        self.assertEqual(complete("kavo", "run", "7"), ["71"])
+        self.assertEqual(complete("kavo", "call", "I"), [])
         self.assertIn("/usr/", [word + "/" for word in complete("kavo", "import", "/us")])
 
     def test_the_configuration_names_every_key_that_is_read(self):
