@@ -52,8 +52,8 @@ void write_audit_line(const std::string& user, const std::string& address,
                       const std::string& method, const std::string& tasks,
                       const std::string& outcome) {
   syslog(LOG_AUTHPRIV | LOG_INFO, "audit user=%s from=%s method=%s tasks=%s outcome=%s",
-         field(user).c_str(), field(address).c_str(), field(method).c_str(), field(tasks).c_str(),
-         outcome.c_str());
+         field(user).c_str(), field(address).c_str(), field(method).c_str(),
+         tasks.empty() ? "-" : tasks.c_str(), outcome.c_str());
 }
 
 bool is_audited(std::string_view method) {

@@ -8,8 +8,8 @@
 
 namespace kavo {
 
-// `method` is "api/version/method", or "sign-in" and the like; `tasks` are numbers separated by
-// commas, or empty.
+// `method` is "api/version/method", or "sign-in" and the like; `tasks` is of named_tasks(), or
+// empty.
 void write_audit_line(const std::string& user, const std::string& address,
                       const std::string& method, const std::string& tasks,
                       const std::string& outcome);
