@@ -1,5 +1,5 @@
-"""Holds the manual pages and the completion against what the commands say of themselves, and the
-configuration that is installed against the keys that are read.
+"""Holds the manual pages and the completion against what the commands say of themselves, and what
+is told of the configuration and the log against the sources.
 
 commands_test.py PACKAGING_FOLDER PROGRAM...
 """
@@ -12,6 +12,7 @@ import unittest
 
 PACKAGING, *PROGRAMS = [pathlib.Path(argument) for argument in sys.argv[1:]]
 COMPLETION = (PACKAGING / "kavo.bash").read_text()
+SOURCES = "".join(file.read_text() for file in PACKAGING.parent.glob("appliance/**/*.cpp"))
 
 
 def help_of(*command):
@@ -75,11 +76,18 @@ class Commands(unittest.TestCase):
         self.assertIn("/usr/", [word + "/" for word in complete("kavo", "import", "/us")])
 
     def test_the_configuration_names_every_key_that_is_read(self):
-        sources = "".join(file.read_text() for file in PACKAGING.parent.glob("appliance/**/*.cpp"))
         read = r'\b(?:setting|seconds|bytes|KavoConf::Def)\(\s*"(\w+)"'
         conf = (PACKAGING / "etc/kavo.conf").read_text()
         self.assertEqual(set(re.findall(r'^#(\w+)="', conf, re.MULTILINE)),
-                         set(re.findall(read, sources)))
+                         set(re.findall(read, SOURCES)))
+
+    def test_the_document_for_operators_explains_every_line_of_the_log(self):
+        document = (PACKAGING.parent / "docs/operations.md").read_text()
+        lines = re.findall(r'syslog\([^;"]*"([^"]*)', SOURCES)
+        self.assertGreater(len(lines), 20)
+        for line in lines:
+            words = max((part.strip(" :=\\") for part in re.split(r"%[a-z]+", line)), key=len)
+            self.assertIn(words, document)
 
 
 if __name__ == "__main__":
