@@ -52,33 +52,13 @@ std::vector<std::string> environment_of(const Run& run, const Identity& identity
   return environment;
 }
 
-// What a command is started with: whatever takes memory is made before its process.
-struct Invocation {
-  Invocation(const Run& run, const Identity& owner)
-      : identity(owner), command(run.command), environment(environment_of(run, owner)) {
-    for (std::string& variable : environment) {
-      variables.push_back(variable.data());
-    }
-    variables.push_back(nullptr);
-  }
-
-  const Identity& identity;
-  std::string command;
-  std::vector<std::string> environment;
-  std::vector<char*> variables;
-  std::array<char, 3> shell{"sh"};
-  std::array<char, 3> option{"-c"};
-  std::array<char*, 4> arguments{shell.data(), option.data(), command.data(), nullptr};
-};
-
 [[noreturn]] void give_up(const char* what) {
   (void)dprintf(STDERR_FILENO, "%s: %s\n", what, strerror(errno));
   _exit(126);
 }
 
-// In the child: becomes the command. The child still has its parent's memory: nothing but calls of
-// the system.
-[[noreturn]] void become_command(const Invocation& invocation, int output) {
+// In the child: becomes the command.
+[[noreturn]] void become_command(const Run& run, const Identity& identity, int output) {
   setsid();
   const int null = open("/dev/null", O_RDONLY);
   dup2(null, STDIN_FILENO);
@@ -92,13 +72,24 @@ struct Invocation {
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
   umask(S_IWGRP | S_IWOTH);
-  if (!take_on(invocation.identity)) {
+  if (!take_on(identity)) {
     give_up("The owner's identity cannot be taken on");
   }
-  if (chdir(invocation.identity.home.c_str()) != 0 && chdir("/") != 0) {
+  if (chdir(identity.home.c_str()) != 0 && chdir("/") != 0) {
     give_up("There is no folder to run in");
   }
-  execve("/bin/sh", invocation.arguments.data(), invocation.variables.data());
+  std::vector<std::string> environment = environment_of(run, identity);
+  std::vector<char*> pointers;
+  pointers.reserve(environment.size() + 1);
+  for (std::string& variable : environment) {
+    pointers.push_back(variable.data());
+  }
+  pointers.push_back(nullptr);
+  std::string command = run.command;
+  std::array<char, 3> shell{"sh"};
+  std::array<char, 3> option{"-c"};
+  char* const arguments[] = {shell.data(), option.data(), command.data(), nullptr};
+  execve("/bin/sh", arguments, pointers.data());
   give_up("The shell cannot be started");
 }
 
@@ -181,13 +172,12 @@ class Execution {
     output_ = Descriptor(ends[0]);
     const Descriptor input(ends[1]);
     fcntl(output_.get(), F_SETFL, O_NONBLOCK);
-    const Invocation invocation(run, identity);
-    shell_ = vfork();  // which copies nothing, and returns when the shell has been started
-    if (shell_ == 0) {
-      become_command(invocation, input.get());
-    }
+    shell_ = fork();
     if (shell_ < 0) {
       throw std::system_error(errno, std::generic_category(), "A process cannot be started");
+    }
+    if (shell_ == 0) {
+      become_command(run, identity, input.get());
     }
   }
 

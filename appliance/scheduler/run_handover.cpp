@@ -45,7 +45,7 @@ class Fields {
   void add_last(const std::string& field) { text_ += field; }
   std::string next() {
     const std::size_t end = std::min(text_.find('\0', at_), text_.size());
-    const std::string field = text_.substr(at_, end - at_);
+    std::string field = text_.substr(at_, end - at_);
     at_ = std::min(end + 1, text_.size());
     return field;
   }
